@@ -1,0 +1,44 @@
+// A thin object around a C runtime file opened by a UTF-16 name, with 64-bit
+// positions. It keeps no buffer of its own: the runtime stream buffers.
+#ifndef KX_IO_FILE_EX_H_
+#define KX_IO_FILE_EX_H_
+
+#include <cstdint>
+#include <cstdio>
+
+namespace kx {
+
+class FileEx {
+ public:
+  FileEx() = default;
+  FileEx(const FileEx&) = delete;
+  FileEx& operator=(const FileEx&) = delete;
+  virtual ~FileEx();
+
+  // Closes what is open, then opens `name`. A name whose last extension begins
+  // with ".iso:" (any case) designates a virtual target: nothing is opened,
+  // writes go nowhere and the call succeeds. A null mode fails.
+  virtual bool Open(const char16_t* name, const char* mode);
+  virtual void Close();
+  virtual void Flush();
+  // Bytes written or read; 0 without an open file.
+  virtual uint32_t Write(const void* buffer, uint32_t size);
+  virtual uint32_t Read(void* buffer, uint32_t size);
+  // Virtual target: 1; no file: 0.
+  virtual int64_t GetLength();
+  // 0 on success, non-zero on failure; a virtual target always succeeds.
+  virtual int32_t SeekTo(int64_t offset, uint32_t origin);
+  // Virtual target: 0.
+  virtual int64_t Tell();
+
+  bool is_open() const { return file_ != nullptr; }
+  bool is_virtual_target() const { return virtual_target_; }
+
+ private:
+  std::FILE* file_ = nullptr;
+  bool virtual_target_ = false;
+};
+
+}  // namespace kx
+
+#endif  // KX_IO_FILE_EX_H_
