@@ -1,0 +1,195 @@
+#include "tools/kxmux/options.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "tools/kxmux/codecs.h"
+
+namespace kxmux {
+namespace {
+
+std::string Lower(std::string_view text) {
+  std::string out(text);
+  std::transform(out.begin(), out.end(), out.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return out;
+}
+
+// The file name without directories and without its last extension.
+std::string Stem(std::string_view path) {
+  const size_t slash = path.find_last_of('/');
+  if (slash != std::string_view::npos) path.remove_prefix(slash + 1);
+  const size_t dot = path.find_last_of('.');
+  if (dot != std::string_view::npos && dot > 0) path = path.substr(0, dot);
+  return std::string(path);
+}
+
+}  // namespace
+
+std::string UsageText() {
+  return "usage: kxmux [options] [INPUT] [OUTPUT]\n"
+         "\n"
+         "Remuxes INPUT (any file FFmpeg can read) into a Matroska or WebM file\n"
+         "through the kx_mkv module. Without INPUT the bundled sample is used;\n"
+         "without OUTPUT the file goes to out/<input name>.<format extension>.\n"
+         "\n"
+         "options:\n"
+         "  --format MKV|KMKV|HMKV|MKA|WEBM  catalogue row (default: from OUTPUT's\n"
+         "                                   extension .mkv/.mka/.webm, else MKV)\n"
+         "  --video-fourcc CODE  module FourCC for the video, e.g. H264 (conversion\n"
+         "                       path), I264 (NAL-unit path), K264, HEVC, Xvid\n"
+         "  --audio-fourcc CODE  module FourCC for the audio, e.g. AAC or WAAC\n"
+         "  --any-codec          allow codecs that the chosen row does not list\n"
+         "  --no-video, --no-audio  leave that stream out\n"
+         "  --log FILE           append the module's log lines to FILE\n"
+         "  --module PATH        the module to load (default: libkx_mkv.so of this build)\n"
+         "  -q, --quiet          print errors only\n"
+         "  -h, --help           show this text\n";
+}
+
+std::optional<Options> ParseCommandLine(const std::vector<std::string>& args,
+                                        std::string* error) {
+  Options options;
+  std::vector<std::string> positional;
+  bool options_ended = false;
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    if (options_ended || arg.size() < 2 || arg[0] != '-') {
+      positional.push_back(arg);
+      continue;
+    }
+    if (arg == "--") {
+      options_ended = true;
+      continue;
+    }
+    // Split "--name=value".
+    std::string name = arg;
+    std::optional<std::string> inline_value;
+    if (const size_t eq = arg.find('='); arg.rfind("--", 0) == 0 && eq != std::string::npos) {
+      name = arg.substr(0, eq);
+      inline_value = arg.substr(eq + 1);
+    }
+    const auto value = [&]() -> std::optional<std::string> {
+      if (inline_value) return inline_value;
+      if (i + 1 < args.size()) return args[++i];
+      *error = "option " + name + " needs a value";
+      return std::nullopt;
+    };
+    const auto flag = [&](bool* target) {
+      if (inline_value) {
+        *error = "option " + name + " takes no value";
+        return false;
+      }
+      *target = true;
+      return true;
+    };
+
+    if (name == "-h" || name == "--help") {
+      if (!flag(&options.help)) return std::nullopt;
+    } else if (name == "-q" || name == "--quiet") {
+      if (!flag(&options.quiet)) return std::nullopt;
+    } else if (name == "--any-codec") {
+      if (!flag(&options.any_codec)) return std::nullopt;
+    } else if (name == "--no-video") {
+      if (!flag(&options.no_video)) return std::nullopt;
+    } else if (name == "--no-audio") {
+      if (!flag(&options.no_audio)) return std::nullopt;
+    } else if (name == "--format") {
+      const auto text = value();
+      if (!text) return std::nullopt;
+      options.format = FormatFromName(*text);
+      if (!options.format) {
+        *error = "unknown format '" + *text + "' (use MKV, KMKV, HMKV, MKA or WEBM)";
+        return std::nullopt;
+      }
+    } else if (name == "--video-fourcc" || name == "--audio-fourcc") {
+      const auto text = value();
+      if (!text) return std::nullopt;
+      const auto code = ParseFourcc(*text);
+      if (!code) {
+        *error = name + " needs 1 to 4 ASCII characters, not '" + *text + "'";
+        return std::nullopt;
+      }
+      (name == "--video-fourcc" ? options.video_fourcc : options.audio_fourcc) = code;
+    } else if (name == "--log" || name == "--module") {
+      const auto text = value();
+      if (!text) return std::nullopt;
+      if (text->empty()) {
+        *error = "option " + name + " needs a non-empty value";
+        return std::nullopt;
+      }
+      (name == "--log" ? options.log_file : options.module_path) = *text;
+    } else {
+      *error = "unknown option " + name;
+      return std::nullopt;
+    }
+  }
+  if (positional.size() > 2) {
+    *error = "too many arguments (expected at most INPUT and OUTPUT)";
+    return std::nullopt;
+  }
+  for (const std::string& path : positional) {
+    if (path.empty()) {
+      *error = "empty file name";
+      return std::nullopt;
+    }
+  }
+  if (!positional.empty()) options.input = positional[0];
+  if (positional.size() == 2) options.output = positional[1];
+  if (options.no_video && options.no_audio) {
+    *error = "--no-video and --no-audio together leave nothing to write";
+    return std::nullopt;
+  }
+  return options;
+}
+
+std::optional<uint32_t> FormatFromName(std::string_view name) {
+  const std::string lower = Lower(name);
+  if (lower == "mkv") return kFormatMkv;
+  if (lower == "kmkv") return kFormatKmkv;
+  if (lower == "hmkv") return kFormatHmkv;
+  if (lower == "mka") return kFormatMka;
+  if (lower == "webm") return kFormatWebm;
+  return std::nullopt;
+}
+
+std::optional<uint32_t> FormatFromPath(std::string_view path) {
+  const size_t dot = path.find_last_of('.');
+  const size_t slash = path.find_last_of('/');
+  if (dot == std::string_view::npos || (slash != std::string_view::npos && dot < slash)) {
+    return std::nullopt;
+  }
+  const std::string extension = Lower(path.substr(dot));
+  if (extension == ".mkv") return kFormatMkv;
+  if (extension == ".mka") return kFormatMka;
+  if (extension == ".webm") return kFormatWebm;
+  return std::nullopt;
+}
+
+std::string ExtensionFor(uint32_t format) {
+  if (format == kFormatMka) return ".mka";
+  if (format == kFormatWebm) return ".webm";
+  return ".mkv";
+}
+
+bool ResolveOutput(Options* options, std::string* error) {
+  if (!options->format) {
+    if (options->output.empty()) {
+      options->format = kFormatMkv;
+    } else {
+      options->format = FormatFromPath(options->output);
+      if (!options->format) {
+        *error = "cannot tell the format from the name '" + options->output +
+                 "' (use .mkv, .mka or .webm, or --format)";
+        return false;
+      }
+    }
+  }
+  if (options->output.empty()) {
+    const std::string stem = options->input.empty() ? "sample" : Stem(options->input);
+    options->output = "out/" + stem + ExtensionFor(*options->format);
+  }
+  return true;
+}
+
+}  // namespace kxmux
