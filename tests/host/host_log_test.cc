@@ -23,9 +23,9 @@ TEST(HostLogFormat, WideTextArgumentsBecomeUtf8) {
   log.Clear();
   // A lone surrogate cannot be encoded and becomes U+FFFD; the format text
   // itself is converted the same way.
-  const char16_t lone_high[] = {u'a', 0xD83D, u'b', 0};
-  const char16_t format[] = {0xDE00, u'%', u's', 0};
-  HostLogFormat(format, lone_high);
+  const std::u16string lone_high = {u'a', 0xD83D, u'b'};
+  const std::u16string format = {0xDE00, u'%', u's'};
+  HostLogFormat(format.c_str(), lone_high.c_str());
   EXPECT_EQ(log.Text(),
             "\xEF\xBF\xBD"
             "a\xEF\xBF\xBD"

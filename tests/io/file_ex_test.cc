@@ -5,6 +5,7 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -22,7 +23,9 @@ using kx::test::TempDir;
 size_t EntryCount(const std::filesystem::path& dir) {
   size_t count = 0;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(dir)) {
-    if (entry.is_regular_file()) ++count;
+    if (entry.is_regular_file()) {
+      ++count;
+    }
   }
   return count;
 }
@@ -35,8 +38,8 @@ void ExpectVirtualTarget(FileEx& file) {
   EXPECT_TRUE(file.is_virtual_target());
   EXPECT_FALSE(file.is_open());
   EXPECT_EQ(WriteText(file, "data"), 0U);
-  char buffer[4];
-  EXPECT_EQ(file.Read(buffer, sizeof buffer), 0U);
+  std::array<char, 4> buffer{};
+  EXPECT_EQ(file.Read(buffer.data(), buffer.size()), 0U);
   EXPECT_EQ(file.Tell(), 0);
   EXPECT_EQ(file.GetLength(), 1);
   // Seeks succeed and move nothing.
@@ -74,10 +77,11 @@ TEST(FileExVirtualTarget, StaysVirtualAfterClose) {
 TEST(FileExOpen, NamesThatAreNotIsoTargetsOpenRealFiles) {
   const TempDir dir;
   std::filesystem::create_directory(dir.path() / "film.iso:1");
-  const struct {
+  struct Case {
     std::u16string name;
     std::string on_disk;
-  } cases[] = {
+  };
+  const std::vector<Case> cases = {
       {u"disc.iso", "disc.iso"},                      // no colon
       {u"disc.iso1", "disc.iso1"},                    // another character than the colon
       {u"disc.is:o", "disc.is:o"},                    // not the five characters in order
@@ -137,8 +141,8 @@ TEST(FileExOpen, FailuresLeaveTheObjectClosed) {
 
   // Without a file every operation is harmless.
   EXPECT_EQ(WriteText(file, "data"), 0U);
-  char buffer[4];
-  EXPECT_EQ(file.Read(buffer, sizeof buffer), 0U);
+  std::array<char, 4> buffer{};
+  EXPECT_EQ(file.Read(buffer.data(), buffer.size()), 0U);
   EXPECT_EQ(file.GetLength(), 0);
   EXPECT_EQ(file.Tell(), 0);
   file.Flush();
@@ -223,9 +227,9 @@ TEST(FileExPositions, ReadBackWhatWasWritten) {
   FileEx in;
   ASSERT_TRUE(in.Open(name.c_str(), "rb"));
   EXPECT_EQ(in.SeekTo(-4, 2), 0);
-  char buffer[8] = {};
-  EXPECT_EQ(in.Read(buffer, sizeof buffer), 4U);  // a short read at the end
-  EXPECT_EQ(std::string(buffer, 4), "6789");
+  std::array<char, 8> buffer{};
+  EXPECT_EQ(in.Read(buffer.data(), buffer.size()), 4U);  // a short read at the end
+  EXPECT_EQ(std::string(buffer.data(), 4), "6789");
 }
 
 TEST(FileExPositions, BeyondFourGibibytes) {
@@ -258,9 +262,9 @@ TEST(FileExPositions, BeyondFourGibibytes) {
   ASSERT_TRUE(in.Open(name.c_str(), "rb"));
   EXPECT_EQ(in.GetLength(), far + 4);
   ASSERT_EQ(in.SeekTo(far - 2, 0), 0);
-  char buffer[6] = {};
-  EXPECT_EQ(in.Read(buffer, sizeof buffer), 6U);
-  EXPECT_EQ(std::string(buffer, 6), "netail");
+  std::array<char, 6> buffer{};
+  EXPECT_EQ(in.Read(buffer.data(), buffer.size()), 6U);
+  EXPECT_EQ(std::string(buffer.data(), buffer.size()), "netail");
 }
 
 }  // namespace

@@ -14,7 +14,9 @@ using kx::platform::ResetCrtRand;
 
 std::vector<int32_t> Draw(size_t count) {
   std::vector<int32_t> values(count);
-  for (auto& value : values) value = CrtRand();
+  for (auto& value : values) {
+    value = CrtRand();
+  }
   return values;
 }
 

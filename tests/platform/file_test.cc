@@ -2,9 +2,11 @@
 // disk under the UTF-8 form of that name, holding exactly what was written.
 #include "src/platform/file.h"
 
+#include <array>
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "gtest/gtest.h"
@@ -18,8 +20,8 @@ using kx::test::TempDir;
 
 // "tëst_日本_😀.mkv" spelled once in UTF-16 and once in UTF-8 bytes, so the
 // test does not depend on the converter it exercises.
-constexpr char16_t kWideName[] = u"t\u00ebst_\u65e5\u672c_\U0001F600.mkv";
-constexpr char kUtf8Name[] = "t\xC3\xABst_\xE6\x97\xA5\xE6\x9C\xAC_\xF0\x9F\x98\x80.mkv";
+constexpr std::u16string_view kWideName = u"t\u00ebst_\u65e5\u672c_\U0001F600.mkv";
+constexpr std::string_view kUtf8Name = "t\xC3\xABst_\xE6\x97\xA5\xE6\x9C\xAC_\xF0\x9F\x98\x80.mkv";
 
 std::vector<std::string> DirectoryNames(const std::filesystem::path& dir) {
   std::vector<std::string> names;
@@ -39,16 +41,16 @@ TEST(PlatformFile, NonAsciiNameThroughOpenFile) {
   EXPECT_EQ(std::fwrite(data.data(), 1, data.size(), out), data.size());
   std::fclose(out);
 
-  EXPECT_EQ(DirectoryNames(dir.path()), std::vector<std::string>{kUtf8Name});
+  EXPECT_EQ(DirectoryNames(dir.path()), std::vector<std::string>{std::string(kUtf8Name)});
   EXPECT_EQ(ReadFileBytes(dir.path() / kUtf8Name), data);
 
   // The same wide name opens the same file again.
   std::FILE* in = kx::platform::OpenFile(name.c_str(), u"rb");
   ASSERT_NE(in, nullptr);
-  char buffer[16] = {};
-  EXPECT_EQ(std::fread(buffer, 1, sizeof buffer, in), data.size());
+  std::array<char, 16> buffer{};
+  EXPECT_EQ(std::fread(buffer.data(), 1, buffer.size(), in), data.size());
   std::fclose(in);
-  EXPECT_EQ(std::string(buffer, data.size()), data);
+  EXPECT_EQ(std::string(buffer.data(), data.size()), data);
 }
 
 TEST(PlatformFile, NonAsciiNameThroughFileEx) {
@@ -60,7 +62,7 @@ TEST(PlatformFile, NonAsciiNameThroughFileEx) {
     ASSERT_TRUE(file.Open(name.c_str(), "wb"));
     EXPECT_EQ(file.Write(data.data(), static_cast<uint32_t>(data.size())), data.size());
   }  // destruction closes the file
-  EXPECT_EQ(DirectoryNames(dir.path()), std::vector<std::string>{kUtf8Name});
+  EXPECT_EQ(DirectoryNames(dir.path()), std::vector<std::string>{std::string(kUtf8Name)});
   EXPECT_EQ(ReadFileBytes(dir.path() / kUtf8Name), data);
 }
 

@@ -4,6 +4,7 @@
 #include "src/platform/utf16.h"
 
 #include <string>
+#include <vector>
 
 #include "gtest/gtest.h"
 
@@ -28,11 +29,11 @@ TEST(Utf16ToUtf8, EncodesEveryLength) {
 
 TEST(Utf16ToUtf8, UnpairedSurrogatesBecomeReplacementCharacters) {
   const std::string fffd = "\xEF\xBF\xBD";
-  const char16_t high_at_end[] = {u'a', 0xD83D, 0};
-  const char16_t high_then_letter[] = {0xD83D, u'b', 0};
-  const char16_t lone_low[] = {u'a', 0xDE00, u'b', 0};
-  const char16_t reversed_pair[] = {0xDE00, 0xD83D, 0};
-  const char16_t two_highs_then_low[] = {0xD83D, 0xD83D, 0xDE00, 0};
+  const std::u16string high_at_end = {u'a', 0xD83D};
+  const std::u16string high_then_letter = {0xD83D, u'b'};
+  const std::u16string lone_low = {u'a', 0xDE00, u'b'};
+  const std::u16string reversed_pair = {0xDE00, 0xD83D};
+  const std::u16string two_highs_then_low = {0xD83D, 0xD83D, 0xDE00};
   EXPECT_EQ(Utf16ToUtf8(high_at_end), "a" + fffd);
   EXPECT_EQ(Utf16ToUtf8(high_then_letter), fffd + "b");
   EXPECT_EQ(Utf16ToUtf8(lone_low), "a" + fffd + "b");
@@ -44,9 +45,10 @@ TEST(Utf16ToUtf8, UnpairedSurrogatesBecomeReplacementCharacters) {
 TEST(Utf8ToUtf16, DecodesEveryLength) {
   EXPECT_EQ(Utf8ToUtf16("A\xC3\xA9\xE6\x97\xA5\xF0\x9F\x98\x80"), u"A\u00e9\u65e5\U0001F600");
   EXPECT_EQ(Utf8ToUtf16("\xF4\x8F\xBF\xBF"), u"\U0010FFFF");
-  const std::u16string samples[] = {u"", u"plain", u"t\u00ebst_\u65e5\u672c_\U0001F600.mkv",
-                                    u"\u007f\u0080\u07ff\u0800\uffff\U00010000\U0010FFFF"};
-  for (const auto& sample : samples) EXPECT_EQ(Utf8ToUtf16(Utf16ToUtf8(sample)), sample);
+  for (const std::u16string_view sample : {u"", u"plain", u"t\u00ebst_\u65e5\u672c_\U0001F600.mkv",
+                                           u"\u007f\u0080\u07ff\u0800\uffff\U00010000\U0010FFFF"}) {
+    EXPECT_EQ(Utf8ToUtf16(Utf16ToUtf8(sample)), sample);
+  }
 }
 
 // Malformed input must neither swallow the valid text around it nor produce
@@ -54,17 +56,20 @@ TEST(Utf8ToUtf16, DecodesEveryLength) {
 std::u16string CollapseReplacements(const std::u16string& text) {
   std::u16string out;
   for (char16_t c : text) {
-    if (c == 0xFFFD && !out.empty() && out.back() == 0xFFFD) continue;
+    if (c == 0xFFFD && !out.empty() && out.back() == 0xFFFD) {
+      continue;
+    }
     out.push_back(c);
   }
   return out;
 }
 
 TEST(Utf8ToUtf16, MalformedSequencesBecomeReplacementCharacters) {
-  const struct {
+  struct Case {
     const char* name;
     std::string input;
-  } cases[] = {
+  };
+  const std::vector<Case> cases = {
       {"lone continuation", "a\x80z"},
       {"truncated three-byte", "a\xE6\x97z"},
       {"truncated at end", std::string("a\xF0\x9F\x98")},
@@ -76,7 +81,9 @@ TEST(Utf8ToUtf16, MalformedSequencesBecomeReplacementCharacters) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     std::u16string expected = u"a\uFFFD";
-    if (c.input.back() == 'z') expected.push_back(u'z');
+    if (c.input.back() == 'z') {
+      expected.push_back(u'z');
+    }
     EXPECT_EQ(CollapseReplacements(Utf8ToUtf16(c.input)), expected);
   }
 }

@@ -4,6 +4,7 @@
 // and compared whole.
 #include "src/plugin/catalogue.h"
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -53,11 +54,13 @@ struct RowText {
   std::u16string description;
 };
 
-const RowText kRowTexts[kRowCount] = {
-    {"KMKV", u".mkv", u"MKV", u"MKV File"},    {"MKV ", u".mkv", u"MKV", u"MKV File"},
-    {"HMKV", u".mkv", u"MKV", u"MKV File"},    {"MKA ", u".mka", u"MKA", u"MKA File"},
+const std::array<RowText, kRowCount> kRowTexts = {{
+    {"KMKV", u".mkv", u"MKV", u"MKV File"},
+    {"MKV ", u".mkv", u"MKV", u"MKV File"},
+    {"HMKV", u".mkv", u"MKV", u"MKV File"},
+    {"MKA ", u".mka", u"MKA", u"MKA File"},
     {"WEBM", u".webm", u"WEBM", u"WEBM File"},
-};
+}};
 
 // ---- Byte helpers ----
 
@@ -67,7 +70,9 @@ Bytes Memory(const void* address, size_t size) {
 }
 
 void PutU64(Bytes& bytes, size_t offset, uint64_t value) {
-  for (size_t i = 0; i < 8; ++i) bytes[offset + i] = static_cast<uint8_t>(value >> (8 * i));
+  for (size_t i = 0; i < 8; ++i) {
+    bytes[offset + i] = static_cast<uint8_t>(value >> (8 * i));
+  }
 }
 
 template <typename T>
@@ -111,13 +116,11 @@ Bytes DescribedRecord(const RowText& text) {
 
 const uint8_t* TableBytes(const void* table) { return static_cast<const uint8_t*>(table); }
 
-// ---- Single-stream table ----
+// Each row's lists, compared whole; a null expectation means no list at all.
+using ListSet = std::array<const Codes*, kRowCount>;
 
-TEST(SingleStreamCatalogue, CodecListsHoldTheFormatsCodesInOrder) {
-  const FileFormat* table = GetFileFormats();
-  const Codes* audio[kRowCount] = {&kKmkvAudio, &kMkvAudio, &kHmkvAudio, &kMkvAudio, &kWebmAudio};
-  const Codes* video[kRowCount] = {&kKmkvVideoSingle, &kMkvVideoSingle, &kHmkvVideo, nullptr,
-                                   &kWebmVideo};
+template <typename Row>
+void ExpectCodecLists(const Row* table, const ListSet& audio, const ListSet& video) {
   for (size_t row = 0; row < kRowCount; ++row) {
     SCOPED_TRACE(kRowTexts[row].fourcc);
     ASSERT_NE(table[row].audioCodecs, nullptr);
@@ -132,6 +135,15 @@ TEST(SingleStreamCatalogue, CodecListsHoldTheFormatsCodesInOrder) {
   }
   // "MKV " and "MKA " point to one list rather than to two equal ones.
   EXPECT_EQ(table[1].audioCodecs, table[3].audioCodecs);
+}
+
+const ListSet kAudioLists = {&kKmkvAudio, &kMkvAudio, &kHmkvAudio, &kMkvAudio, &kWebmAudio};
+
+// ---- Single-stream table ----
+
+TEST(SingleStreamCatalogue, CodecListsHoldTheFormatsCodesInOrder) {
+  ExpectCodecLists(GetFileFormats(), kAudioLists,
+                   {&kKmkvVideoSingle, &kMkvVideoSingle, &kHmkvVideo, nullptr, &kWebmVideo});
 }
 
 TEST(SingleStreamCatalogue, EveryRecordMatchesByteForByte) {
@@ -191,23 +203,8 @@ TEST(SingleStreamCatalogue, LookupByFourCCAlone) {
 // ---- Multi-stream table ----
 
 TEST(MultiStreamCatalogue, CodecListsHoldTheFormatsCodesInOrder) {
-  const FileMultiStreamFormat* table = GetFileMultiStreamFormats();
-  const Codes* audio[kRowCount] = {&kKmkvAudio, &kMkvAudio, &kHmkvAudio, &kMkvAudio, &kWebmAudio};
-  const Codes* video[kRowCount] = {&kKmkvVideoMulti, &kMkvVideoMulti, &kHmkvVideo, nullptr,
-                                   &kWebmVideo};
-  for (size_t row = 0; row < kRowCount; ++row) {
-    SCOPED_TRACE(kRowTexts[row].fourcc);
-    ASSERT_NE(table[row].audioCodecs, nullptr);
-    EXPECT_EQ(ListMemory(table[row].audioCodecs, audio[row]->size()), CodecListBytes(*audio[row]));
-    if (video[row] == nullptr) {
-      EXPECT_EQ(table[row].videoCodecs, nullptr);
-    } else {
-      ASSERT_NE(table[row].videoCodecs, nullptr);
-      EXPECT_EQ(ListMemory(table[row].videoCodecs, video[row]->size()),
-                CodecListBytes(*video[row]));
-    }
-  }
-  EXPECT_EQ(table[1].audioCodecs, table[3].audioCodecs);
+  ExpectCodecLists(GetFileMultiStreamFormats(), kAudioLists,
+                   {&kKmkvVideoMulti, &kMkvVideoMulti, &kHmkvVideo, nullptr, &kWebmVideo});
 }
 
 TEST(MultiStreamCatalogue, EveryRecordMatchesByteForByte) {

@@ -10,7 +10,9 @@ constexpr const char* kLogVariable = "YR_LOG_FILE";
 }  // namespace
 
 LogCapture::LogCapture() : file_(dir_.path() / "host.log") {
-  if (const char* previous = std::getenv(kLogVariable)) previous_ = previous;
+  if (const char* previous = std::getenv(kLogVariable)) {
+    previous_ = previous;
+  }
   setenv(kLogVariable, file_.c_str(), 1);
 }
 

@@ -1,7 +1,6 @@
 #include "tests/support/temp_dir.h"
 
-#include <stdlib.h>
-
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -17,7 +16,9 @@ TempDir::TempDir() {
   std::string pattern = (std::filesystem::temp_directory_path() / "kx_test_XXXXXX").string();
   std::vector<char> buffer(pattern.begin(), pattern.end());
   buffer.push_back('\0');
-  if (mkdtemp(buffer.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
+  if (mkdtemp(buffer.data()) == nullptr) {
+    throw std::runtime_error("mkdtemp failed");
+  }
   path_ = buffer.data();
 }
 
