@@ -31,8 +31,8 @@ class FileEx {
   // Virtual target: 0.
   virtual int64_t Tell();
 
-  bool is_open() const { return file_ != nullptr; }
-  bool is_virtual_target() const { return virtual_target_; }
+  [[nodiscard]] bool is_open() const { return file_ != nullptr; }
+  [[nodiscard]] bool is_virtual_target() const { return virtual_target_; }
 
  private:
   std::FILE* file_ = nullptr;

@@ -7,6 +7,8 @@
 namespace kx {
 namespace {
 
+// The lists keep five codes to a line, whatever the formatter would make of them.
+// clang-format off
 // ---- Audio codec lists ----
 constexpr CodecList kKmkvAudio[] = {FourCC("AAC "), FourCC("KAAC"), FourCC("WAAC"),
                                     FourCC("AC3 "), 0};
@@ -49,10 +51,14 @@ constexpr CodecList kMkvVideoMulti[] = {
     FourCC("I265"), FourCC("E265"), FourCC("VP8 "), FourCC("VP9 "), FourCC("AV1 "),
     FourCC("IAV1"), 0};
 
+// clang-format on
+
 // Copies a NUL-terminated text into a fixed field; the rest stays zero.
 template <size_t N>
 constexpr void CopyText(char16_t (&field)[N], const char16_t* text) {
-  for (size_t i = 0; i + 1 < N && text[i] != 0; ++i) field[i] = text[i];
+  for (size_t i = 0; i + 1 < N && text[i] != 0; ++i) {
+    field[i] = text[i];
+  }
 }
 
 template <typename Row>
@@ -102,8 +108,10 @@ constexpr FileMultiStreamFormat MultiRow(uint32_t fourcc, const char16_t* extens
   return row;
 }
 
-// Each table ends with an all-zero record.
-const FileFormat kSingleStreamTable[] = {
+// Each table ends with an all-zero record. constexpr makes the tables constant
+// data in the image: a host may ask for them before, or while, the module's
+// dynamic initialisers run.
+constexpr FileFormat kSingleStreamTable[] = {
     SingleRow(FourCC("KMKV"), u".mkv", u"MKV", u"MKV File", kKmkvAudio, kKmkvVideo, 1),
     SingleRow(FourCC("MKV "), u".mkv", u"MKV", u"MKV File", kMkvAudio, kMkvVideo, 0),
     SingleRow(FourCC("HMKV"), u".mkv", u"MKV", u"MKV File", kHmkvAudio, kHmkvVideo, 0),
@@ -112,7 +120,7 @@ const FileFormat kSingleStreamTable[] = {
     FileFormat{},
 };
 
-const FileMultiStreamFormat kMultiStreamTable[] = {
+constexpr FileMultiStreamFormat kMultiStreamTable[] = {
     MultiRow(FourCC("KMKV"), u".mkv", u"MKV", u"MKV File", kKmkvAudio, kKmkvVideoMulti),
     MultiRow(FourCC("MKV "), u".mkv", u"MKV", u"MKV File", kMkvAudio, kMkvVideoMulti),
     MultiRow(FourCC("HMKV"), u".mkv", u"MKV", u"MKV File", kHmkvAudio, kHmkvVideo),
@@ -129,7 +137,9 @@ const FileMultiStreamFormat* MultiStreamCatalogue() { return kMultiStreamTable; 
 
 const FileFormat* FindFileFormat(uint32_t fourcc) {
   for (const FileFormat* row = kSingleStreamTable; row->fourcc != 0; ++row) {
-    if (row->fourcc == fourcc) return row;
+    if (row->fourcc == fourcc) {
+      return row;
+    }
   }
   return nullptr;
 }
