@@ -2,11 +2,24 @@
 
 #include <cstdint>
 
+#if defined(_WIN32)
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+#endif
+
 namespace kx::platform {
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
+bool IsHighSurrogate(char16_t u) { return u >= 0xD800 && u <= 0xDBFF; }
+
+#if !defined(_WIN32)
 void AppendUtf8(std::string& out, char32_t c) {
   if (c < 0x80) {
     out.push_back(static_cast<char>(c));
@@ -25,10 +38,41 @@ void AppendUtf8(std::string& out, char32_t c) {
   }
 }
 
-bool IsHighSurrogate(char16_t u) { return u >= 0xD800 && u <= 0xDBFF; }
 bool IsLowSurrogate(char16_t u) { return u >= 0xDC00 && u <= 0xDFFF; }
+#endif
 
 }  // namespace
+
+#if defined(_WIN32)
+
+// The system conversion; like the portable one below it joins surrogate
+// pairs and turns an unpaired surrogate into U+FFFD (no WC_ERR_INVALID_CHARS).
+std::string Utf16ToUtf8(std::u16string_view text) {
+  static_assert(sizeof(wchar_t) == sizeof(char16_t), "Windows wide characters are UTF-16 units");
+  std::string out;
+  // The API counts in int; longer texts go in pieces that never split a pair.
+  constexpr size_t kPiece = size_t{1} << 28;
+  size_t done = 0;
+  while (done < text.size()) {
+    size_t count = text.size() - done;
+    if (count > kPiece) {
+      count = kPiece;
+      if (IsHighSurrogate(text[done + count - 1])) --count;
+    }
+    const auto* wide = reinterpret_cast<const wchar_t*>(text.data() + done);
+    const int units = static_cast<int>(count);
+    const int bytes = WideCharToMultiByte(CP_UTF8, 0, wide, units, nullptr, 0, nullptr, nullptr);
+    if (bytes > 0) {
+      const size_t at = out.size();
+      out.resize(at + static_cast<size_t>(bytes));
+      WideCharToMultiByte(CP_UTF8, 0, wide, units, out.data() + at, bytes, nullptr, nullptr);
+    }
+    done += count;
+  }
+  return out;
+}
+
+#else
 
 std::string Utf16ToUtf8(std::u16string_view text) {
   std::string out;
@@ -46,6 +90,8 @@ std::string Utf16ToUtf8(std::u16string_view text) {
   }
   return out;
 }
+
+#endif
 
 std::u16string Utf8ToUtf16(std::string_view text) {
   std::u16string out;
