@@ -1,0 +1,67 @@
+#include "src/ebml/blocks.h"
+
+#include "src/ebml/chunk_writer.h"
+#include "src/ebml/length.h"
+
+namespace MatroskaWriter {
+namespace {
+
+constexpr uint8_t kXiphLacing = 0x02;
+constexpr uint8_t kKeyFrame = 0x80;
+constexpr uint64_t kLaceUnit = 255;
+
+}  // namespace
+
+CBlock::CBlock(uint32_t id) : CID(id) {}
+
+Extent CBlock::Measure() const {
+  const bool track_codable = track_number <= kMaxKnownSize;
+  uint64_t payload = static_cast<uint64_t>(track_codable ? CLength::Width(track_number) : 8) + 3;
+  if (frames.size() > 1) {
+    payload += 1;
+    for (size_t i = 0; i + 1 < frames.size(); ++i) {
+      payload += frames[i].size() / kLaceUnit + 1;
+    }
+  }
+  for (const auto& frame : frames) {
+    payload += frame.size();
+  }
+  Extent extent = Standard(payload);
+  extent.codable = extent.codable && track_codable && frames.size() <= kMaxLacedFrames;
+  return extent;
+}
+
+int32_t CBlock::Emit(kx::IStream& stream, const Extent& extent) const {
+  ChunkWriter writer(stream);
+  uint8_t coded[kMaxHeaderBytes];
+  writer.Put(coded, EncodeHeader(extent.payload, coded));
+  writer.Put(coded, CLength::Encode(track_number, CLength::Width(track_number), coded));
+
+  const auto timecode = static_cast<uint16_t>(static_cast<uint64_t>(start));
+  writer.Put(static_cast<uint8_t>(timecode >> 8));
+  writer.Put(static_cast<uint8_t>(timecode));
+
+  const bool laced = frames.size() > 1;
+  writer.Put(static_cast<uint8_t>(KeyFlag() | (laced ? kXiphLacing : 0)));
+  if (laced) {
+    writer.Put(static_cast<uint8_t>(frames.size() - 1));
+    for (size_t i = 0; i + 1 < frames.size(); ++i) {
+      const uint64_t size = frames[i].size();
+      for (uint64_t n = size / kLaceUnit; n != 0; --n) {
+        writer.Put(static_cast<uint8_t>(kLaceUnit));
+      }
+      writer.Put(static_cast<uint8_t>(size % kLaceUnit));
+    }
+  }
+  for (const auto& frame : frames) {
+    writer.Put(frame.data(), frame.size());
+  }
+  writer.Flush();
+  return kx::kOk;
+}
+
+SimpleBlock::SimpleBlock() : CBlock(ids::kSimpleBlock) {}
+
+uint8_t SimpleBlock::KeyFlag() const { return keyframe != 0 ? kKeyFrame : 0; }
+
+}  // namespace MatroskaWriter

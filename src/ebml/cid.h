@@ -1,0 +1,97 @@
+// Base of every element: an EBML ID plus the two operations every element
+// offers, Size and Write. Both are driven by one measuring function per class
+// (Measure), so the size a caller plans with and the size field Write codes can
+// never come from two different formulas.
+#ifndef KX_EBML_CID_H_
+#define KX_EBML_CID_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "src/io/istream.h"
+
+namespace MatroskaWriter {
+
+// Result of Write for an element that has no valid coding (a payload of 2^56 - 1
+// bytes or more, a block with more frames than lacing can express). Nothing is
+// written then; E_INVALIDARG in HRESULT terms.
+inline constexpr int32_t kNotCodable = static_cast<int32_t>(0x80070057);
+
+// Largest known size an EBML size field can carry: 2^56 - 1 itself means
+// "unknown size".
+inline constexpr uint64_t kMaxKnownSize = (uint64_t{1} << 56) - 2;
+
+// Longest ID plus the longest size field.
+inline constexpr size_t kMaxHeaderBytes = 12;
+
+// How an element occupies the file, as computed by its Measure.
+struct Extent {
+  uint64_t header = 0;   // ID and size field
+  uint64_t payload = 0;  // content
+  // The content follows as separate elements written by the caller (Segment);
+  // Write emits only the header.
+  bool header_only = false;
+  // False when the element cannot be coded; Write then refuses it.
+  bool codable = true;
+
+  uint64_t total() const { return header + payload; }
+  uint64_t written() const { return header_only ? header : total(); }
+};
+
+class CID {
+ public:
+  explicit CID(uint32_t id = 0);
+  CID(const CID&) = default;
+  CID& operator=(const CID&) = default;
+  CID(CID&&) = default;
+  CID& operator=(CID&&) = default;
+  virtual ~CID();
+
+  uint32_t id() const { return id_; }
+  void set_id(uint32_t id) { id_ = id; }
+
+  // Payload size, or the full size with ID and size field. An element that is
+  // left out of the file (unset value, empty text) is 0 either way.
+  uint64_t Size(bool with_header) const;
+
+  // Writes ID, size field and payload. Value elements return the stream's
+  // result of their last write; masters, blocks and Void return 0; an element
+  // without a coding returns kNotCodable and writes nothing.
+  int32_t Write(kx::IStream& stream) const;
+
+  // ID bytes plus the width of the size field for `payload_size`. A size with
+  // no coding is counted with an 8-byte field (Write refuses it anyway).
+  uint64_t HeaderSize(uint64_t payload_size) const;
+
+  // The element's layout. A bare CID is just its ID bytes (the payload of a
+  // SeekID), with no size field.
+  virtual Extent Measure() const;
+
+  // Bytes of an ID: up to and including its highest non-zero byte (0 for 0).
+  static int IdWidth(uint32_t id);
+  // Codes `id` into `out` (at least 4 bytes) with the length marker of its
+  // width forced into the first byte; returns the number of bytes.
+  static size_t EncodeId(uint32_t id, uint8_t* out);
+
+ protected:
+  // Writes the element as measured. Called only by Write, only for an element
+  // that is present and codable, with the extent Measure just returned.
+  virtual int32_t Emit(kx::IStream& stream, const Extent& extent) const;
+
+  // The usual layout: ID, minimal size field, `payload` bytes.
+  Extent Standard(uint64_t payload) const;
+  // Codes ID and minimal size field for `payload` into `out` (at least
+  // kMaxHeaderBytes); returns the number of bytes.
+  size_t EncodeHeader(uint64_t payload, uint8_t* out) const;
+  int32_t WriteHeader(kx::IStream& stream, uint64_t payload) const;
+  // Writes ID, size field and `size` bytes of `data` as the payload, small
+  // payloads together with the header in one stream write.
+  int32_t WriteWithBytes(kx::IStream& stream, const uint8_t* data, uint64_t size) const;
+
+ private:
+  uint32_t id_;
+};
+
+}  // namespace MatroskaWriter
+
+#endif  // KX_EBML_CID_H_

@@ -1,0 +1,50 @@
+// Base of the master elements. A master names its children, in writing order,
+// in one function (VisitChildren); its size and its output are both derived
+// from that one list, so the two cannot drift apart.
+#ifndef KX_EBML_MASTER_H_
+#define KX_EBML_MASTER_H_
+
+#include <cstdint>
+
+#include "src/ebml/cid.h"
+
+namespace MatroskaWriter {
+
+class ChildVisitor {
+ public:
+  // A fixed child (a member of the master). Its write result is ignored.
+  virtual void Visit(const CID& child) = 0;
+  // A child of an owned list; returning false ends the list (the write of
+  // that child failed).
+  virtual bool VisitListItem(const CID& child) = 0;
+
+ protected:
+  ChildVisitor() = default;
+  ChildVisitor(const ChildVisitor&) = default;
+  ChildVisitor& operator=(const ChildVisitor&) = default;
+  ChildVisitor(ChildVisitor&&) = default;
+  ChildVisitor& operator=(ChildVisitor&&) = default;
+  ~ChildVisitor() = default;
+};
+
+// The payload is the sum of the children's full sizes; a master is written
+// even when none of its children is present (ID then size byte 80). Write
+// returns 0 whatever its children return.
+class Master : public CID {
+ public:
+  using CID::CID;
+
+  Extent Measure() const override;
+
+ protected:
+  // Hands every child that is part of the element, in writing order, to
+  // `visitor`: fixed children through Visit, list children through
+  // VisitListItem (stopping when it returns false).
+  virtual void VisitChildren(ChildVisitor& visitor) const = 0;
+
+  int32_t Emit(kx::IStream& stream, const Extent& extent) const override;
+};
+
+}  // namespace MatroskaWriter
+
+#endif  // KX_EBML_MASTER_H_
