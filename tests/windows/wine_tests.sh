@@ -152,7 +152,7 @@ case "$command" in
 
     echo "== Files"
     "$compare" "$work/linux" "$work/wine" || failures=$((failures + 1))
-    [ $failures -eq 0 ] && echo "Linux and Windows modules wrote the same files"
+    [ $failures -eq 0 ] && echo "ok: no difference between the Linux and the Windows module"
     exit $((failures == 0 ? 0 : 1))
     ;;
 
