@@ -6,6 +6,7 @@
  */
 #include "tests/windows/scenarios.h"
 
+#include <inttypes.h>
 #include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
@@ -216,7 +217,7 @@ static void PutHevcParameterSets(Bytes* out) {
   BitsPut(&pps, 0, 4);
   BitsPut(&pps, 0, 1); /* tiles_enabled_flag */
   BitsPut(&pps, 1, 1); /* entropy_coding_sync_enabled_flag: wavefront */
-  BitsPut(&pps, 0, 5);
+  BitsPut(&pps, 0, 4); /* loop filter, deblocking, scaling list, list modification */
   BitsUe(&pps, 0);
   BitsPut(&pps, 0, 2);
   PutNal(out, 34, &pps);
@@ -497,8 +498,8 @@ static void RunSingle(Run* run, const SingleSpec* spec, const char16_t* file) {
   }
 
   void* h = row->CreateMediaFile(PathOf(run, file), params);
-  long long video_bytes = 0;
-  long long audio_bytes = 0;
+  int64_t video_bytes = 0;
+  int64_t audio_bytes = 0;
   if (h != NULL) {
     if (spec->video_extra == 1) SingleExtraVideo(row, h, spec);
     if (spec->audio_extra == 1) SingleExtraAudio(row, h, spec);
@@ -547,7 +548,7 @@ static void RunSingle(Run* run, const SingleSpec* spec, const char16_t* file) {
     BytesFree(&audio);
     if (row->CloseMediaFile(h) != 0) Fail(run, spec->id, "CloseMediaFile did not return 0");
   }
-  fprintf(run->report, "%s: handle=%s video_bytes=%lld audio_bytes=%lld\n", spec->id,
+  fprintf(run->report, "%s: handle=%s video_bytes=%" PRId64 " audio_bytes=%" PRId64 "\n", spec->id,
           h != NULL ? "yes" : "no", video_bytes, audio_bytes);
   free(params);
 }
@@ -632,7 +633,7 @@ static void RunMulti(Run* run, const MultiSpec* spec, const char16_t* file) {
   free(params);
 
   const int32_t init = row->InitMediaFileMultiStream(h, spec->container, PathOf(run, file), 0);
-  long long calls = 0;
+  int64_t calls = 0;
   if (h != NULL && init) {
     for (int i = 0; i < spec->count; ++i) {
       if (spec->streams[i].extra == 1) MultiExtra(row, h, &spec->streams[i]);
@@ -696,8 +697,8 @@ static void RunMulti(Run* run, const MultiSpec* spec, const char16_t* file) {
     BytesFree(&data);
   }
   row->CloseMediaFileMultiStream(h);
-  fprintf(run->report, "%s: handle=%s init=%d samples=%lld\n", spec->id, h != NULL ? "yes" : "no",
-          (int)init, calls);
+  fprintf(run->report, "%s: handle=%s init=%d samples=%" PRId64 "\n", spec->id,
+          h != NULL ? "yes" : "no", (int)init, calls);
 }
 
 /* ---- The table of scenarios ---------------------------------------------- */
