@@ -154,13 +154,13 @@ int Run(const std::vector<std::string>& args) {
   const double seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
   if (status == kxmux::RemuxStatus::kInterrupted) {
-    std::remove(part.c_str());
+    unlink(part.c_str());
     const int signal = PendingTerminationSignal();
     std::fprintf(stderr, "kxmux: interrupted; %s was not written\n", options.output.c_str());
     return 128 + (signal != 0 ? signal : SIGINT);
   }
   if (status != kxmux::RemuxStatus::kOk) {
-    std::remove(part.c_str());
+    unlink(part.c_str());
     return Fail(error);
   }
 
@@ -172,7 +172,7 @@ int Run(const std::vector<std::string>& args) {
   }
   if (std::rename(part.c_str(), options.output.c_str()) != 0) {
     const std::string reason = std::strerror(errno);
-    std::remove(part.c_str());
+    unlink(part.c_str());
     return Fail("cannot rename " + part + " to " + options.output + ": " + reason);
   }
   if (!options.quiet) {

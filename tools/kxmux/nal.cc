@@ -71,6 +71,14 @@ bool StartsWithStartCode(const uint8_t* data, size_t size) {
   return size >= 4 && data[0] == 0 && data[1] == 0 && data[2] == 0 && data[3] == 1;
 }
 
+bool HasStartCodeIn(const uint8_t* data, size_t size, uint8_t first, uint8_t last) {
+  for (size_t code = FindStartCode(data, size, 0); code + 3 < size;
+       code = FindStartCode(data, size, code + 3)) {
+    if (data[code + 3] >= first && data[code + 3] <= last) return true;
+  }
+  return false;
+}
+
 std::vector<ByteView> SplitAnnexB(const uint8_t* data, size_t size) {
   std::vector<ByteView> units;
   size_t code = FindStartCode(data, size, 0);

@@ -41,6 +41,10 @@ void AppendAnnexB(const std::vector<ByteView>& units, std::vector<uint8_t>* out)
 // Appends each unit behind its size as a big-endian 32-bit number.
 void AppendLengthPrefixed(const std::vector<ByteView>& units, std::vector<uint8_t>* out);
 
+// True when the data holds a start code 00 00 01 followed by a byte in
+// [first, last] (MPEG-1/2/4 Part 2 headers are found this way).
+bool HasStartCodeIn(const uint8_t* data, size_t size, uint8_t first, uint8_t last);
+
 // NAL unit type of an H.264 unit (low 5 bits of its header byte).
 int AvcNalType(const ByteView& unit);
 // NAL unit type of an HEVC unit (bits 1 to 6 of its first header byte).

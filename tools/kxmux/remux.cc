@@ -34,6 +34,10 @@ constexpr int64_t kHostUnitsPerSecond = 10000000;
 // early (or has a long gap) cannot make kxmux hold the whole input.
 constexpr size_t kMaxQueuedPackets = 1024;
 
+// Start codes of an MPEG-4 Part 2 video object layer header.
+constexpr uint8_t kMpeg4VolFirst = 0x20;
+constexpr uint8_t kMpeg4VolLast = 0x2F;
+
 std::optional<Codec> CodecFromAv(AVCodecID id) {
   switch (id) {
     case AV_CODEC_ID_H264:
@@ -565,8 +569,19 @@ bool Remuxer::Emit(Track* track, std::string* error) {
 bool Remuxer::WriteVideo(Track* track, const AVPacket& packet, int64_t start, int64_t duration,
                          std::string* error) {
   buffer_.clear();
+  const bool key = (packet.flags & AV_PKT_FLAG_KEY) != 0;
   if (track->framing == Framing::kAsIs) {
-    buffer_.assign(packet.data, packet.data + packet.size);
+    // MPEG-4 Part 2 keeps its VOL header in the configuration when the input
+    // container has a place for it (MP4, Matroska). The module writes no
+    // CodecPrivate for it, so the header goes in front of every key frame
+    // that lacks one; otherwise a decoder starting there has no picture size.
+    const AVCodecParameters& par = *track->stream->codecpar;
+    if (track->codec == Codec::kMpeg4Part2 && key && par.extradata_size > 0 &&
+        !HasStartCodeIn(packet.data, static_cast<size_t>(packet.size), kMpeg4VolFirst,
+                        kMpeg4VolLast)) {
+      buffer_.assign(par.extradata, par.extradata + par.extradata_size);
+    }
+    buffer_.insert(buffer_.end(), packet.data, packet.data + packet.size);
   } else {
     const auto size = static_cast<size_t>(packet.size);
     if (track->input_length_size < 0) {
@@ -599,7 +614,7 @@ bool Remuxer::WriteVideo(Track* track, const AVPacket& packet, int64_t start, in
   MediaSample sample{};
   sample.videoData = buffer_.data();
   sample.videoSize = static_cast<int32_t>(buffer_.size());
-  sample.keyframe = (packet.flags & AV_PKT_FLAG_KEY) != 0 ? 1 : 0;
+  sample.keyframe = key ? 1 : 0;
   sample.start = start;
   sample.duration = ClampToInt32(duration);
   if (row_.WriteVideoData(output_->handle(), &sample) > 0) ++track->accepted;
