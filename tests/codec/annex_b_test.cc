@@ -98,7 +98,8 @@ TEST(EmulationPreventionTest, DropsOnlyTheThreeOfEachSequenceAfterTheHeader) {
 }
 
 TEST(BitReaderTest, ReadsFixedAndExpGolombFields) {
-  const uint32_t values[] = {0, 1, 2, 6, 7, 254, 255, 256, 65535, 65536, 0x7FFFFFFF, 0xFFFFFFFE};
+  const uint32_t values[] = {0,     1,     2,       6,        7,        254,        255,       256,
+                             65535, 65536, 0xFFFFF, 0x400000, 0xFFFFFF, 0x7FFFFFFF, 0xFFFFFFFE};
   BitWriter w;
   w.U(3, 5).U(32, 0xDEADBEEF).U(48, 0x123456789ABC).U(25, 0x1ABCDEF);
   for (const uint32_t v : values) w.Ue(v);

@@ -64,15 +64,15 @@ Bytes Vps(const Ptl& ptl, uint32_t m) {
   return w.Nal(32);
 }
 
-BitWriter SpsHead(const Ptl& ptl, uint32_t m, uint32_t chroma_format_idc,
-                  uint32_t bit_depth_minus8) {
+BitWriter SpsHead(const Ptl& ptl, uint32_t m, uint32_t chroma_format_idc, uint32_t bit_depth_minus8,
+                  uint32_t log2_max_pic_order_cnt_lsb_minus4) {
   BitWriter w;
   w.U(4, 0).U(3, m).U(1, 1);
   WritePtl(w, ptl, m);
   w.Ue(0).Ue(chroma_format_idc);
   if (chroma_format_idc == 3) w.U(1, 0);
-  w.Ue(320).Ue(240).U(1, 0);                          // size, no conformance window
-  w.Ue(bit_depth_minus8).Ue(bit_depth_minus8).Ue(4);  // bit depths, poc lsb
+  w.Ue(320).Ue(240).U(1, 0);  // size, no conformance window
+  w.Ue(bit_depth_minus8).Ue(bit_depth_minus8).Ue(log2_max_pic_order_cnt_lsb_minus4);
   w.U(1, 1);
   for (uint32_t i = 0; i <= m; ++i) w.Ue(4).Ue(2).Ue(0);
   return w.Ue(0).Ue(3).Ue(0).Ue(3).Ue(1).Ue(1);

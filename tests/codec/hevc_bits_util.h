@@ -47,9 +47,9 @@ void WritePtl(BitWriter& w, const Ptl& ptl, uint32_t m, bool sub_layer_flags = f
 Bytes Vps(const Ptl& ptl = {}, uint32_t m = 0);
 
 // An SPS of an 8-bit 4:2:0 320x240 stream up to and including
-// max_transform_hierarchy_depth_intra; log2_max_pic_order_cnt_lsb_minus4 = 4.
+// max_transform_hierarchy_depth_intra.
 BitWriter SpsHead(const Ptl& ptl = {}, uint32_t m = 0, uint32_t chroma_format_idc = 1,
-                  uint32_t bit_depth_minus8 = 0);
+                  uint32_t bit_depth_minus8 = 0, uint32_t log2_max_pic_order_cnt_lsb_minus4 = 4);
 // From scaling_list_enabled_flag = 0 to the end with one plain short-term
 // reference picture set, no long-term pictures and, without `vui`, no VUI.
 void SpsTail(BitWriter& w, const BitWriter* vui = nullptr);

@@ -124,7 +124,7 @@ TEST(SpsParseTest, TakesFormatValuesAndStopsAfterVui) {
 }
 
 TEST(SpsParseTest, SkipsScalingListsPcmReferenceSetsAndVuiBitExactly) {
-  BitWriter w = test::SpsHead();
+  BitWriter w = test::SpsHead(Ptl{}, 0, 1, 0, 14);
   w.U(1, 1).U(1, 1);  // scaling_list_enabled_flag, sps_scaling_list_data_present_flag
   for (uint32_t size_id = 0; size_id < 4; ++size_id) {
     for (uint32_t matrix_id = 0; matrix_id < (size_id == 3 ? 2U : 6U); ++matrix_id) {
@@ -143,8 +143,10 @@ TEST(SpsParseTest, SkipsScalingListsPcmReferenceSetsAndVuiBitExactly) {
   w.Ue(2).Ue(1).Ue(0).U(1, 1).Ue(1).U(1, 1).Ue(0).U(1, 0);  // 0: three pictures
   w.U(1, 1).U(1, 0).Ue(0).U(1, 1).U(2, 1).U(2, 0).U(1, 1);  // 1: predicted, keeps three
   w.U(1, 1).U(1, 1).Ue(1).U(2, 1).U(1, 1).U(1, 1).U(1, 1);  // 2: predicted from three: four flags
-  w.U(1, 1).Ue(2).U(8, 0x5A).U(1, 1).U(8, 0xA5).U(1, 0);    // two long-term pictures, 8-bit lsb
-  w.U(2, 3).U(1, 1);                                        // tmvp, smoothing, VUI present
+  // Two long-term pictures; lt_ref_pic_poc_lsb_sps is never wider than 16 bits,
+  // even for log2_max_pic_order_cnt_lsb_minus4 = 14.
+  w.U(1, 1).Ue(2).U(16, 0x5A5A).U(1, 1).U(16, 0xA5A5).U(1, 0);
+  w.U(2, 3).U(1, 1);  // tmvp, smoothing, VUI present
   BitWriter vui;
   vui.U(1, 1).U(8, 255).U(16, 4).U(16, 3);                // extended sample aspect ratio
   vui.U(1, 1).U(1, 0);                                    // overscan
@@ -217,8 +219,11 @@ TEST(SpsParseTest, FailsOnCountsBeyondRangeAndOnCutData) {
 
   BitWriter hrd = test::SpsHead();
   BitWriter vui;
-  vui.U(8, 0).U(1, 1).U(64, 0).U(1, 0).U(1, 1).U(1, 1).U(1, 0).U(1, 0).U(28, 0);
-  vui.U(1, 1).Ue(0).Ue(32);  // cpb_cnt_minus1 = 32
+  vui.U(8, 0).U(1, 1).U(64, 0).U(1, 0).U(1, 1);  // timing, HRD present
+  vui.U(1, 1).U(1, 0).U(1, 0).U(23, 0);          // NAL HRD only
+  vui.U(1, 1).Ue(0).Ue(32);                      // cpb_cnt_minus1 = 32, and 33 CPBs
+  for (int i = 0; i < 33; ++i) vui.Ue(0).Ue(0).U(1, 0);
+  vui.U(1, 0);
   test::SpsTail(hrd, &vui);
   EXPECT_FALSE(Parse(hrd.Nal(33), record));
 
