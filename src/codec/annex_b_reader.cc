@@ -12,7 +12,9 @@ bool AnnexBReader::Next(NalUnit& unit) {
     // Pass the zeros of the start code and its 01. A start code with nothing
     // after it ends the data.
     const uint8_t* payload = pos_;
-    while (payload < end_ && *payload == 0) ++payload;
+    while (payload < end_ && *payload == 0) {
+      ++payload;
+    }
     if (payload >= end_ - 1) {
       pos_ = end_;
       return false;

@@ -33,7 +33,9 @@ uint32_t Log2(uint32_t x) {
 }  // namespace
 
 bool BitReader::Init(const uint8_t* data, uint32_t size) {
-  if (size > kMaxBytes) return false;
+  if (size > kMaxBytes) {
+    return false;
+  }
   data_ = data;
   size_in_bits_ = size * 8;
   position_ = 0;
@@ -47,7 +49,9 @@ uint32_t BitReader::PeekWord() const {
   uint64_t window = 0;
   for (uint32_t i = 0; i < 5; ++i) {
     window <<= 8;
-    if (byte + i < size_in_bytes) window |= data_[byte + i];
+    if (byte + i < size_in_bytes) {
+      window |= data_[byte + i];
+    }
   }
   return static_cast<uint32_t>(window >> (8 - position_ % 8));
 }
@@ -68,7 +72,9 @@ uint32_t BitReader::ReadBits(uint32_t n) {
     return 0;
   }
   const uint32_t word = ok_ ? PeekWord() : 0;
-  if (!Consume(n)) return 0;
+  if (!Consume(n)) {
+    return 0;
+  }
   return n == 32 ? word : word >> (32 - n);
 }
 

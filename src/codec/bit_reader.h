@@ -25,13 +25,13 @@ class BitReader {
   void SkipBits(uint32_t n);
   uint32_t ReadUe();  // ue(v); also skips se(v) values, whose codes are alike
 
-  bool ok() const { return ok_; }
-  uint32_t position() const { return position_; }
+  [[nodiscard]] bool ok() const { return ok_; }
+  [[nodiscard]] uint32_t position() const { return position_; }
   void set_position(uint32_t bits) { position_ = bits; }
 
  private:
   // The 32 bits from the current position, zeros past the end of the data.
-  uint32_t PeekWord() const;
+  [[nodiscard]] uint32_t PeekWord() const;
   bool Consume(uint32_t n);  // false (and the error set) when n bits are not there
 
   const uint8_t* data_ = nullptr;

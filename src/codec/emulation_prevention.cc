@@ -8,7 +8,9 @@ void remove_emulation_prevention(const uint8_t* nal, uint32_t length, uint8_t* o
   uint32_t i = 0;
   // The header is never scanned: a 00 00 03 reaching into it is not an
   // emulation prevention sequence.
-  for (; i < length && i < 2; ++i) out[written++] = nal[i];
+  for (; i < length && i < 2; ++i) {
+    out[written++] = nal[i];
+  }
   while (i + 2 < length) {
     if (nal[i] == 0 && nal[i + 1] == 0 && nal[i + 2] == 3) {
       out[written++] = 0;
@@ -18,7 +20,9 @@ void remove_emulation_prevention(const uint8_t* nal, uint32_t length, uint8_t* o
       out[written++] = nal[i++];
     }
   }
-  for (; i < length; ++i) out[written++] = nal[i];
+  for (; i < length; ++i) {
+    out[written++] = nal[i];
+  }
   *out_length = written;
 }
 

@@ -107,7 +107,9 @@ bool HrdParameters(BitReader& r, uint32_t max_sub_layers_minus1) {
     uint32_t cpb_cnt_minus1 = 0;
     if (!low_delay_hrd_flag) {
       cpb_cnt_minus1 = r.ReadUe();  // cpb_cnt_minus1[i]
-      if (cpb_cnt_minus1 > kMaxCpbCntMinus1) return false;
+      if (cpb_cnt_minus1 > kMaxCpbCntMinus1) {
+        return false;
+      }
     }
     if (hrd.nal_hrd_parameters_present_flag) {
       SubLayerHrdParameters(r, cpb_cnt_minus1, hrd.sub_pic_hrd_params_present_flag);
@@ -160,7 +162,9 @@ bool VuiParameters(BitReader& r, uint32_t max_sub_layers_minus1,
       r.ReadUe();              // vui_num_ticks_poc_diff_one_minus1
     }
     if (r.ReadBits(1) != 0) {  // vui_hrd_parameters_present_flag
-      if (!HrdParameters(r, max_sub_layers_minus1)) return false;
+      if (!HrdParameters(r, max_sub_layers_minus1)) {
+        return false;
+      }
     }
   }
   if (r.ReadBits(1) != 0) {  // bitstream_restriction_flag
@@ -168,7 +172,9 @@ bool VuiParameters(BitReader& r, uint32_t max_sub_layers_minus1,
     r.SkipBits(1);           // motion_vectors_over_pic_boundaries_flag
     r.SkipBits(1);           // restricted_ref_pic_lists_flag
     const uint32_t min_spatial_segmentation_idc = r.ReadUe();  // min_spatial_segmentation_idc
-    if (!r.ok()) return false;
+    if (!r.ok()) {
+      return false;
+    }
     // The stored value never exceeds 4097, so the minimum fits its 16 bits.
     record.min_spatial_segmentation_idc = static_cast<uint16_t>(
         std::min<uint32_t>(record.min_spatial_segmentation_idc, min_spatial_segmentation_idc));
@@ -216,7 +222,9 @@ bool StRefPicSet(BitReader& r, uint32_t st_rps_idx, NumDeltaPocsTable& num_delta
       if (!used_by_curr_pic_flag) {
         use_delta_flag = r.ReadBits(1) != 0;  // use_delta_flag[j]
       }
-      if (used_by_curr_pic_flag || use_delta_flag) ++num_delta_pocs[st_rps_idx];
+      if (used_by_curr_pic_flag || use_delta_flag) {
+        ++num_delta_pocs[st_rps_idx];
+      }
     }
     return r.ok();
   }
@@ -348,15 +356,21 @@ bool ParseSps(BitReader& r, HEVCDecoderConfigurationRecord& record) {
   }
 
   const uint32_t num_short_term_ref_pic_sets = r.ReadUe();  // num_short_term_ref_pic_sets
-  if (!r.ok() || num_short_term_ref_pic_sets > kMaxShortTermRefPicSets) return false;
+  if (!r.ok() || num_short_term_ref_pic_sets > kMaxShortTermRefPicSets) {
+    return false;
+  }
   NumDeltaPocsTable num_delta_pocs{};
   for (uint32_t i = 0; i < num_short_term_ref_pic_sets; ++i) {
-    if (!StRefPicSet(r, i, num_delta_pocs)) return false;  // st_ref_pic_set(i)
+    if (!StRefPicSet(r, i, num_delta_pocs)) {
+      return false;  // st_ref_pic_set(i)
+    }
   }
 
   if (r.ReadBits(1) != 0) {                                  // long_term_ref_pics_present_flag
     const uint32_t num_long_term_ref_pics_sps = r.ReadUe();  // num_long_term_ref_pics_sps
-    if (num_long_term_ref_pics_sps > kMaxLongTermRefPicsSps) return false;
+    if (num_long_term_ref_pics_sps > kMaxLongTermRefPicsSps) {
+      return false;
+    }
     const uint32_t lsb_bits = std::min<uint32_t>(log2_max_pic_order_cnt_lsb_minus4 + 4, 16);
     for (uint32_t i = 0; i < num_long_term_ref_pics_sps; ++i) {
       r.SkipBits(lsb_bits);  // lt_ref_pic_poc_lsb_sps[i]
@@ -366,7 +380,9 @@ bool ParseSps(BitReader& r, HEVCDecoderConfigurationRecord& record) {
   r.SkipBits(1);             // sps_temporal_mvp_enabled_flag
   r.SkipBits(1);             // strong_intra_smoothing_enabled_flag
   if (r.ReadBits(1) != 0) {  // vui_parameters_present_flag
-    if (!VuiParameters(r, sps_max_sub_layers_minus1, record)) return false;
+    if (!VuiParameters(r, sps_max_sub_layers_minus1, record)) {
+      return false;
+    }
   }
   return r.ok();
 }
@@ -396,7 +412,9 @@ bool ParsePps(BitReader& r, HEVCDecoderConfigurationRecord& record) {
   const bool tiles_enabled_flag = r.ReadBits(1) != 0;  // tiles_enabled_flag
   const bool entropy_coding_sync_enabled_flag =
       r.ReadBits(1) != 0;  // entropy_coding_sync_enabled_flag
-  if (!r.ok()) return false;
+  if (!r.ok()) {
+    return false;
+  }
 
   if (tiles_enabled_flag && entropy_coding_sync_enabled_flag) {
     record.parallelismType = 0;  // mixed

@@ -1,5 +1,6 @@
 #include "src/codec/hevc_sample_reframer.h"
 
+#include <array>
 #include <new>
 
 #include "src/codec/annex_b_reader.h"
@@ -26,7 +27,9 @@ ReframedSample ReframeHevcSample(const uint8_t* data, size_t size, bool key_fram
                                  std::vector<uint8_t>& out) {
   ReframedSample result;
   result.key_frame = key_frame;
-  if (data == nullptr) return result;
+  if (data == nullptr) {
+    return result;
+  }
 
   const size_t original_size = out.size();
   try {
@@ -34,12 +37,14 @@ ReframedSample ReframeHevcSample(const uint8_t* data, size_t size, bool key_fram
     NalUnit unit;
     while (nal_units.Next(unit)) {
       // A unit too large for its 32-bit length prefix cannot be carried.
-      if (IsParameterSet(unit.type) || unit.size > UINT32_MAX) continue;
+      if (IsParameterSet(unit.type) || unit.size > UINT32_MAX) {
+        continue;
+      }
       const auto length = static_cast<uint32_t>(unit.size);
-      const uint8_t prefix[4] = {static_cast<uint8_t>(length >> 24),
-                                 static_cast<uint8_t>(length >> 16),
-                                 static_cast<uint8_t>(length >> 8), static_cast<uint8_t>(length)};
-      out.insert(out.end(), prefix, prefix + 4);
+      const std::array<uint8_t, 4> prefix = {
+          static_cast<uint8_t>(length >> 24), static_cast<uint8_t>(length >> 16),
+          static_cast<uint8_t>(length >> 8), static_cast<uint8_t>(length)};
+      out.insert(out.end(), prefix.begin(), prefix.end());
       out.insert(out.end(), unit.data, unit.data + unit.size);
       result.key_frame = IsRandomAccessPoint(unit.type);
     }

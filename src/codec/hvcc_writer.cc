@@ -57,7 +57,9 @@ bool FileNalUnit(const uint8_t* nal, uint16_t length, uint8_t type,
       array->NAL_unit_type = type;
       ++record.numOfArrays;
     }
-    if (array->numNalus == UINT16_MAX) return false;
+    if (array->numNalus == UINT16_MAX) {
+      return false;
+    }
     // Grow both lists before touching either, so that they stay parallel.
     array->nalUnit.reserve(array->nalUnit.size() + 1);
     array->nalUnitLength.reserve(array->nalUnitLength.size() + 1);
@@ -73,7 +75,9 @@ bool FileNalUnit(const uint8_t* nal, uint16_t length, uint8_t type,
 uint32_t CountNalus(const HEVCDecoderConfigurationRecord& record, uint8_t type) {
   uint32_t count = 0;
   for (const NalUnitArray& array : record.arrays) {
-    if (array.NAL_unit_type == type) count += array.numNalus;
+    if (array.NAL_unit_type == type) {
+      count += array.numNalus;
+    }
   }
   return count;
 }
@@ -103,7 +107,9 @@ int add_parameter_set(const uint8_t* nal, uint32_t length, HEVCDecoderConfigurat
   // unit's length does not fit the record's 16-bit nalUnitLength: rather than
   // store a truncated length (a corrupt record) the unit fails, and the
   // caller logs its type and length.
-  if (length < 2 || length > UINT16_MAX) return -1;
+  if (length < 2 || length > UINT16_MAX) {
+    return -1;
+  }
 
   std::vector<uint8_t> rbsp;
   try {
@@ -121,7 +127,9 @@ int add_parameter_set(const uint8_t* nal, uint32_t length, HEVCDecoderConfigurat
     return -1;
   }
   const auto type = static_cast<uint8_t>((rbsp[0] >> 1) & 0x3F);
-  if (!IsRecordType(type)) return -1;
+  if (!IsRecordType(type)) {
+    return -1;
+  }
   reader.SkipBits(16);  // the NAL unit header
 
   if (!FileNalUnit(nal, static_cast<uint16_t>(length), type, record)) {
@@ -148,9 +156,13 @@ int add_parameter_set(const uint8_t* nal, uint32_t length, HEVCDecoderConfigurat
 
 uint32_t write_record(HEVCDecoderConfigurationRecord& record, uint8_t* buffer, uint32_t capacity) {
   record.configurationVersion = 1;
-  if (record.min_spatial_segmentation_idc > 4096) record.min_spatial_segmentation_idc = 0;
+  if (record.min_spatial_segmentation_idc > 4096) {
+    record.min_spatial_segmentation_idc = 0;
+  }
   // Without a segmentation bound the parallelism type promises nothing.
-  if (record.min_spatial_segmentation_idc == 0) record.parallelismType = 0;
+  if (record.min_spatial_segmentation_idc == 0) {
+    record.parallelismType = 0;
+  }
   record.avgFrameRate = 0;
   record.constantFrameRate = 0;
 
@@ -169,9 +181,13 @@ uint32_t write_record(HEVCDecoderConfigurationRecord& record, uint8_t* buffer, u
   uint64_t size = kRecordHeaderSize;
   for (const NalUnitArray& array : record.arrays) {
     size += 3;
-    for (const uint16_t length : array.nalUnitLength) size += 2 + uint64_t{length};
+    for (const uint16_t length : array.nalUnitLength) {
+      size += 2 + uint64_t{length};
+    }
   }
-  if (buffer == nullptr || size >= capacity) return 0;
+  if (buffer == nullptr || size >= capacity) {
+    return 0;
+  }
 
   BigEndianWriter out(buffer);
   out.U8(record.configurationVersion);
@@ -213,7 +229,9 @@ bool ff_isom_write_hvcc(uint8_t* out, uint32_t capacity, const uint8_t* in, int3
   AnnexBReader nal_units(in, in + in_size);
   NalUnit unit;
   while (nal_units.Next(unit)) {
-    if (!IsRecordType(unit.type)) continue;
+    if (!IsRecordType(unit.type)) {
+      continue;
+    }
     HostLogFormat(u"%s found xps[%d]", kLogPrefix, static_cast<int>(unit.type));
     const auto length = static_cast<uint32_t>(unit.size);
     // Every failing unit is logged, so the scan goes on after a failure.
@@ -223,10 +241,14 @@ bool ff_isom_write_hvcc(uint8_t* out, uint32_t capacity, const uint8_t* in, int3
       ok = false;
     }
   }
-  if (!ok) return false;
+  if (!ok) {
+    return false;
+  }
 
   const uint32_t written = write_record(record, out, capacity);
-  if (written == 0) return false;
+  if (written == 0) {
+    return false;
+  }
   *out_size = written;
   return true;
 }

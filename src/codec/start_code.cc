@@ -13,13 +13,17 @@ constexpr uint32_t HasZeroByte(uint32_t x) { return (x - 0x01010101U) & ~x & 0x8
 }  // namespace
 
 const uint8_t* find_start_code(const uint8_t* begin, const uint8_t* end) {
-  if (begin == nullptr || end - begin < 4) return end;
+  if (begin == nullptr || end - begin < 4) {
+    return end;
+  }
   // Candidates p must satisfy p < limit so that p[2] and one more byte exist.
   const uint8_t* const limit = end - 3;
   const uint8_t* p = begin;
 
   while (p < limit && (reinterpret_cast<uintptr_t>(p) & 3U) != 0) {
-    if (IsStartCodeAt(p)) return p;
+    if (IsStartCodeAt(p)) {
+      return p;
+    }
     ++p;
   }
   // Every start code begins with a zero byte, so whole words without one are
@@ -30,7 +34,9 @@ const uint8_t* find_start_code(const uint8_t* begin, const uint8_t* end) {
     std::memcpy(&word, p, sizeof word);
     if (HasZeroByte(word) != 0) {
       for (const uint8_t* q = p; q < p + 4 && q < limit; ++q) {
-        if (IsStartCodeAt(q)) return q;
+        if (IsStartCodeAt(q)) {
+          return q;
+        }
       }
     }
     p += 4;
@@ -40,7 +46,9 @@ const uint8_t* find_start_code(const uint8_t* begin, const uint8_t* end) {
 
 const uint8_t* FindStartCodeSteppedBack(const uint8_t* begin, const uint8_t* end) {
   const uint8_t* found = find_start_code(begin, end);
-  if (found > begin && found < end && found[-1] == 0) --found;
+  if (found > begin && found < end && found[-1] == 0) {
+    --found;
+  }
   return found;
 }
 
