@@ -15,7 +15,10 @@ using Bytes = std::vector<uint8_t>;
 
 std::vector<Bytes> ToBytes(const std::vector<ByteView>& units) {
   std::vector<Bytes> out;
-  for (const ByteView& unit : units) out.emplace_back(unit.data, unit.data + unit.size);
+  out.reserve(units.size());
+  for (const ByteView& unit : units) {
+    out.emplace_back(unit.data, unit.data + unit.size);
+  }
   return out;
 }
 
@@ -79,8 +82,8 @@ TEST(KxmuxNal, WritesFourByteStartCodesAndLengths) {
 
 TEST(KxmuxNal, ReadsTheParameterSetsOfAnAvcConfigurationRecord) {
   // Two SPSs (the first is used), one PPS, 2-byte lengths in the samples.
-  const Bytes avcc = {0x01, 0x64, 0x00, 0x0D, 0xFD, 0xE2, 0x00, 0x03, 0x67, 0x64, 0x0D,
-                      0x00, 0x02, 0x67, 0x01, 0x01, 0x00, 0x02, 0x68, 0xEE};
+  const Bytes avcc = {0x01, 0x64, 0x00, 0x0D, 0xFD, 0xE2, 0x00, 0x03, 0x67, 0x64,
+                      0x0D, 0x00, 0x02, 0x67, 0x01, 0x01, 0x00, 0x02, 0x68, 0xEE};
   const auto config = ParseAvcExtradata(avcc.data(), avcc.size());
   ASSERT_TRUE(config.has_value());
   EXPECT_EQ(config->sps, (Bytes{0x67, 0x64, 0x0D}));
@@ -92,8 +95,8 @@ TEST(KxmuxNal, ReadsTheParameterSetsOfAnAvcConfigurationRecord) {
 }
 
 TEST(KxmuxNal, ReadsAnnexBParameterSets) {
-  const Bytes extradata = {0, 0, 0, 1, 0x06, 0x05, 0, 0, 0, 1, 0x67, 0x42, 0x1E,
-                           0, 0, 1,    0x68, 0xCE, 0x3C};
+  const Bytes extradata = {0,    0,    0,    1, 0x06, 0x05, 0,    0,    0,   1,
+                           0x67, 0x42, 0x1E, 0, 0,    1,    0x68, 0xCE, 0x3C};
   const auto config = ParseAvcExtradata(extradata.data(), extradata.size());
   ASSERT_TRUE(config.has_value());
   EXPECT_EQ(config->sps, (Bytes{0x67, 0x42, 0x1E}));
@@ -126,6 +129,18 @@ TEST(KxmuxNal, FindsInBandParameterSets) {
       {{idr.data(), idr.size()}, {sps.data(), sps.size()}, {pps.data(), pps.size()}});
   EXPECT_EQ(config.sps, sps);
   EXPECT_EQ(config.pps, pps);
+}
+
+TEST(KxmuxNal, FindsMpeg4HeadersByTheirStartCodes) {
+  // A GOV header (B3) and a VOP (B6) but no VOL (20 to 2F).
+  const Bytes vop = {0x00, 0x00, 0x01, 0xB3, 0x00, 0x10, 0x00, 0x00, 0x01, 0xB6, 0x10};
+  EXPECT_FALSE(HasStartCodeIn(vop.data(), vop.size(), 0x20, 0x2F));
+  EXPECT_TRUE(HasStartCodeIn(vop.data(), vop.size(), 0xB6, 0xB6));
+  const Bytes vol = {0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x01, 0x21, 0x00};
+  EXPECT_TRUE(HasStartCodeIn(vol.data(), vol.size(), 0x20, 0x2F));
+  // A start code cut off at the end has no header byte to look at.
+  const Bytes cut = {0x00, 0x00, 0x01};
+  EXPECT_FALSE(HasStartCodeIn(cut.data(), cut.size(), 0x00, 0xFF));
 }
 
 }  // namespace

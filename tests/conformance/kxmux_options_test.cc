@@ -1,7 +1,9 @@
 // kxmux's command line and codec choice rules.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tools/kxmux/codecs.h"
@@ -11,7 +13,7 @@
 namespace kxmux {
 namespace {
 
-constexpr uint32_t F(const char (&t)[5]) { return KX_FOURCC(t[0], t[1], t[2], t[3]); }
+constexpr uint32_t F(std::string_view t) { return KX_FOURCC(t[0], t[1], t[2], t[3]); }
 
 std::optional<Options> Parse(const std::vector<std::string>& args, std::string* error) {
   return ParseCommandLine(args, error);
@@ -75,14 +77,14 @@ TEST(KxmuxOptions, ReadsEveryOption) {
 
 TEST(KxmuxOptions, RejectsWrongUsage) {
   const std::vector<std::vector<std::string>> wrong = {
-      {"--format"},                     // value missing
-      {"--format", "AVI"},              // no such row
-      {"--video-fourcc", "TOOLONG"},    // not a FourCC
-      {"--quiet=yes"},                  // a flag with a value
-      {"--frobnicate"},                 // unknown
-      {"a", "b", "c"},                  // too many files
-      {"--no-video", "--no-audio"},     // nothing left
-      {"--log", ""},                    // empty value
+      {"--format"},                   // value missing
+      {"--format", "AVI"},            // no such row
+      {"--video-fourcc", "TOOLONG"},  // not a FourCC
+      {"--quiet=yes"},                // a flag with a value
+      {"--frobnicate"},               // unknown
+      {"a", "b", "c"},                // too many files
+      {"--no-video", "--no-audio"},   // nothing left
+      {"--log", ""},                  // empty value
   };
   for (const auto& args : wrong) {
     std::string error;
@@ -115,11 +117,11 @@ TEST(KxmuxCodecs, FramingFollowsTheModulesSamplePaths) {
 }
 
 TEST(KxmuxCodecs, ReadsCatalogueCodecLists) {
-  const CodecList list[] = {F("AAC "), F("AC3 "), 0};
-  EXPECT_TRUE(CodecListHas(list, F("AC3 ")));
-  EXPECT_FALSE(CodecListHas(list, F("MP3 ")));
+  const std::array<CodecList, 3> list = {F("AAC "), F("AC3 "), 0};
+  EXPECT_TRUE(CodecListHas(list.data(), F("AC3 ")));
+  EXPECT_FALSE(CodecListHas(list.data(), F("MP3 ")));
   EXPECT_FALSE(CodecListHas(nullptr, F("AAC ")));
-  EXPECT_EQ(CodecListEntries(list), (std::vector<uint32_t>{F("AAC "), F("AC3 ")}));
+  EXPECT_EQ(CodecListEntries(list.data()), (std::vector<uint32_t>{F("AAC "), F("AC3 ")}));
 }
 
 TEST(KxmuxProgress, DrawsTheShareDone) {

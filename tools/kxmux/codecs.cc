@@ -1,11 +1,12 @@
 #include "tools/kxmux/codecs.h"
 
 #include <algorithm>
+#include <array>
 
 namespace kxmux {
 namespace {
 
-constexpr uint32_t F(const char (&t)[5]) { return KX_FOURCC(t[0], t[1], t[2], t[3]); }
+constexpr uint32_t F(std::string_view t) { return KX_FOURCC(t[0], t[1], t[2], t[3]); }
 
 bool OneOf(uint32_t fourcc, std::initializer_list<uint32_t> set) {
   return std::find(set.begin(), set.end(), fourcc) != set.end();
@@ -14,8 +15,8 @@ bool OneOf(uint32_t fourcc, std::initializer_list<uint32_t> set) {
 // H.264 FourCCs whose samples the module reads on its NAL-unit path: it
 // splits them at 4-byte start codes.
 bool IsAvcNalUnitPath(uint32_t fourcc) {
-  return OneOf(fourcc, {F("A264"), F("E264"), F("I264"), F("N264"), F("AB24"), F("EB24"),
-                        F("IB24"), F("NB24"), F("AAVC"), F("VT64")});
+  return OneOf(fourcc, {F("A264"), F("E264"), F("I264"), F("N264"), F("AB24"), F("EB24"), F("IB24"),
+                        F("NB24"), F("AAVC"), F("VT64")});
 }
 
 }  // namespace
@@ -75,11 +76,15 @@ bool IsVideo(Codec codec) {
 }
 
 std::optional<uint32_t> ParseFourcc(std::string_view text) {
-  if (text.empty() || text.size() > 4) return std::nullopt;
-  char chars[4] = {' ', ' ', ' ', ' '};
+  if (text.empty() || text.size() > 4) {
+    return std::nullopt;
+  }
+  std::array<char, 4> chars = {' ', ' ', ' ', ' '};
   for (size_t i = 0; i < text.size(); ++i) {
     const auto c = static_cast<unsigned char>(text[i]);
-    if (c < 0x20 || c > 0x7E) return std::nullopt;
+    if (c < 0x20 || c > 0x7E) {
+      return std::nullopt;
+    }
     chars[i] = static_cast<char>(c);
   }
   return KX_FOURCC(chars[0], chars[1], chars[2], chars[3]);
@@ -121,25 +126,33 @@ const std::vector<uint32_t>& FourccsFor(Codec codec) {
 
 bool CodecListHas(const CodecList* list, uint32_t fourcc) {
   for (; list != nullptr && *list != 0; ++list) {
-    if (static_cast<uint32_t>(*list) == fourcc) return true;
+    if (static_cast<uint32_t>(*list) == fourcc) {
+      return true;
+    }
   }
   return false;
 }
 
 std::vector<uint32_t> CodecListEntries(const CodecList* list) {
   std::vector<uint32_t> entries;
-  for (; list != nullptr && *list != 0; ++list) entries.push_back(static_cast<uint32_t>(*list));
+  for (; list != nullptr && *list != 0; ++list) {
+    entries.push_back(static_cast<uint32_t>(*list));
+  }
   return entries;
 }
 
 Framing FramingFor(Codec codec, uint32_t fourcc, uint32_t container) {
   const bool webm = container == kFormatWebm;
   if (codec == Codec::kH264) {
-    if (IsAvcNalUnitPath(fourcc)) return Framing::kAnnexB;
+    if (IsAvcNalUnitPath(fourcc)) {
+      return Framing::kAnnexB;
+    }
     // H264 and B264 go through the conversion path of the Matroska muxer,
     // which wants start codes; the WebM muxer and the other FourCCs store the
     // samples as they come, so they must already be what Matroska stores.
-    if (!webm && OneOf(fourcc, {F("H264"), F("B264")})) return Framing::kAnnexB;
+    if (!webm && OneOf(fourcc, {F("H264"), F("B264")})) {
+      return Framing::kAnnexB;
+    }
     return Framing::kLengthPrefixed;
   }
   if (codec == Codec::kHevc) {

@@ -9,6 +9,7 @@ extern "C" {
 #include <libavutil/error.h>
 }
 
+#include <array>
 #include <memory>
 #include <string>
 
@@ -30,9 +31,9 @@ struct BsfFreer {
 using BsfPtr = std::unique_ptr<AVBSFContext, BsfFreer>;
 
 inline std::string AvErrorText(int code) {
-  char text[AV_ERROR_MAX_STRING_SIZE] = {};
-  av_strerror(code, text, sizeof text);
-  return text;
+  std::array<char, AV_ERROR_MAX_STRING_SIZE> text = {};
+  av_strerror(code, text.data(), text.size());
+  return text.data();
 }
 
 }  // namespace kxmux

@@ -4,12 +4,12 @@
 // The output is written under a temporary name (OUTPUT.part) and renamed
 // only when the module has closed it and it reads back as Matroska, so an
 // interrupted or failed run never leaves a file that looks complete.
-#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -36,7 +36,9 @@ int Fail(const std::string& message) {
 std::string ExecutableDir() {
   std::vector<char> buffer(4096);
   const ssize_t n = readlink("/proc/self/exe", buffer.data(), buffer.size() - 1);
-  if (n <= 0) return ".";
+  if (n <= 0) {
+    return ".";
+  }
   std::string path(buffer.data(), static_cast<size_t>(n));
   const size_t slash = path.find_last_of('/');
   return slash == std::string::npos ? "." : path.substr(0, slash);
@@ -56,7 +58,9 @@ bool IsDirectory(const std::string& path) {
 
 std::string ParentDir(const std::string& path) {
   const size_t slash = path.find_last_of('/');
-  if (slash == std::string::npos) return ".";
+  if (slash == std::string::npos) {
+    return ".";
+  }
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
@@ -66,9 +70,13 @@ std::string ParentDir(const std::string& path) {
 int PendingTerminationSignal() {
   sigset_t pending;
   sigemptyset(&pending);
-  if (sigpending(&pending) != 0) return 0;
+  if (sigpending(&pending) != 0) {
+    return 0;
+  }
   for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    if (sigismember(&pending, signal) == 1) return signal;
+    if (sigismember(&pending, signal) == 1) {
+      return signal;
+    }
   }
   return 0;
 }
@@ -76,7 +84,9 @@ int PendingTerminationSignal() {
 void BlockTerminationSignals() {
   sigset_t set;
   sigemptyset(&set);
-  for (int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&set, signal);
+  for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    sigaddset(&set, signal);
+  }
   sigprocmask(SIG_BLOCK, &set, nullptr);
 }
 
@@ -125,11 +135,12 @@ int Run(const std::vector<std::string>& args) {
   if (!options.log_file.empty() && setenv("YR_LOG_FILE", options.log_file.c_str(), 1) != 0) {
     return Fail("cannot set YR_LOG_FILE");
   }
-  const std::string module_path = options.module_path.empty()
-                                      ? kxmux::DefaultModulePath(ExecutableDir())
-                                      : options.module_path;
+  const std::string module_path =
+      options.module_path.empty() ? kxmux::DefaultModulePath(ExecutableDir()) : options.module_path;
   auto module = kxmux::Module::Load(module_path, &error);
-  if (!module) return Fail(error);
+  if (!module) {
+    return Fail(error);
+  }
   const FileFormat* row = module->FindRow(*options.format);
   if (row == nullptr) {
     return Fail("the module has no catalogue row '" + kxmux::FourccText(*options.format) + "'");

@@ -8,7 +8,9 @@
 namespace kxmux {
 
 void Module::Closer::operator()(void* handle) const {
-  if (handle != nullptr) dlclose(handle);
+  if (handle != nullptr) {
+    dlclose(handle);
+  }
 }
 
 std::optional<Module> Module::Load(const std::string& path, std::string* error) {
@@ -18,7 +20,8 @@ std::optional<Module> Module::Load(const std::string& path, std::string* error) 
   std::unique_ptr<void, Closer> handle(dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL));
   if (!handle) {
     const char* reason = dlerror();
-    *error = "cannot load the module " + path + ": " + (reason ? reason : "unknown reason");
+    *error =
+        "cannot load the module " + path + ": " + (reason != nullptr ? reason : "unknown reason");
     return std::nullopt;
   }
   using GetFileFormatsFunc = const FileFormat* (*)();
@@ -38,7 +41,9 @@ std::optional<Module> Module::Load(const std::string& path, std::string* error) 
 
 const FileFormat* Module::FindRow(uint32_t fourcc) const {
   for (const FileFormat* row = table_; row->fourcc != 0; ++row) {
-    if (row->fourcc == fourcc) return row;
+    if (row->fourcc == fourcc) {
+      return row;
+    }
   }
   return nullptr;
 }
@@ -51,7 +56,9 @@ std::string DefaultModulePath(const std::string& executable_dir) {
   };
   for (const std::string& candidate : candidates) {
     struct stat info {};
-    if (stat(candidate.c_str(), &info) == 0 && S_ISREG(info.st_mode)) return candidate;
+    if (stat(candidate.c_str(), &info) == 0 && S_ISREG(info.st_mode)) {
+      return candidate;
+    }
   }
   return candidates.front();
 }

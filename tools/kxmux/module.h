@@ -20,9 +20,9 @@ class Module {
   static std::optional<Module> Load(const std::string& path, std::string* error);
 
   // The catalogue row for a container FourCC, or null.
-  const FileFormat* FindRow(uint32_t fourcc) const;
+  [[nodiscard]] const FileFormat* FindRow(uint32_t fourcc) const;
 
-  const std::string& path() const { return path_; }
+  [[nodiscard]] const std::string& path() const { return path_; }
 
  private:
   struct Closer {

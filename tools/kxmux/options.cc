@@ -18,9 +18,13 @@ std::string Lower(std::string_view text) {
 // The file name without directories and without its last extension.
 std::string Stem(std::string_view path) {
   const size_t slash = path.find_last_of('/');
-  if (slash != std::string_view::npos) path.remove_prefix(slash + 1);
+  if (slash != std::string_view::npos) {
+    path.remove_prefix(slash + 1);
+  }
   const size_t dot = path.find_last_of('.');
-  if (dot != std::string_view::npos && dot > 0) path = path.substr(0, dot);
+  if (dot != std::string_view::npos && dot > 0) {
+    path = path.substr(0, dot);
+  }
   return std::string(path);
 }
 
@@ -47,8 +51,7 @@ std::string UsageText() {
          "  -h, --help           show this text\n";
 }
 
-std::optional<Options> ParseCommandLine(const std::vector<std::string>& args,
-                                        std::string* error) {
+std::optional<Options> ParseCommandLine(const std::vector<std::string>& args, std::string* error) {
   Options options;
   std::vector<std::string> positional;
   bool options_ended = false;
@@ -70,8 +73,12 @@ std::optional<Options> ParseCommandLine(const std::vector<std::string>& args,
       inline_value = arg.substr(eq + 1);
     }
     const auto value = [&]() -> std::optional<std::string> {
-      if (inline_value) return inline_value;
-      if (i + 1 < args.size()) return args[++i];
+      if (inline_value) {
+        return inline_value;
+      }
+      if (i + 1 < args.size()) {
+        return args[++i];
+      }
       *error = "option " + name + " needs a value";
       return std::nullopt;
     };
@@ -85,18 +92,30 @@ std::optional<Options> ParseCommandLine(const std::vector<std::string>& args,
     };
 
     if (name == "-h" || name == "--help") {
-      if (!flag(&options.help)) return std::nullopt;
+      if (!flag(&options.help)) {
+        return std::nullopt;
+      }
     } else if (name == "-q" || name == "--quiet") {
-      if (!flag(&options.quiet)) return std::nullopt;
+      if (!flag(&options.quiet)) {
+        return std::nullopt;
+      }
     } else if (name == "--any-codec") {
-      if (!flag(&options.any_codec)) return std::nullopt;
+      if (!flag(&options.any_codec)) {
+        return std::nullopt;
+      }
     } else if (name == "--no-video") {
-      if (!flag(&options.no_video)) return std::nullopt;
+      if (!flag(&options.no_video)) {
+        return std::nullopt;
+      }
     } else if (name == "--no-audio") {
-      if (!flag(&options.no_audio)) return std::nullopt;
+      if (!flag(&options.no_audio)) {
+        return std::nullopt;
+      }
     } else if (name == "--format") {
       const auto text = value();
-      if (!text) return std::nullopt;
+      if (!text) {
+        return std::nullopt;
+      }
       options.format = FormatFromName(*text);
       if (!options.format) {
         *error = "unknown format '" + *text + "' (use MKV, KMKV, HMKV, MKA or WEBM)";
@@ -104,7 +123,9 @@ std::optional<Options> ParseCommandLine(const std::vector<std::string>& args,
       }
     } else if (name == "--video-fourcc" || name == "--audio-fourcc") {
       const auto text = value();
-      if (!text) return std::nullopt;
+      if (!text) {
+        return std::nullopt;
+      }
       const auto code = ParseFourcc(*text);
       if (!code) {
         *error = name + " needs 1 to 4 ASCII characters, not '" + *text + "'";
@@ -113,7 +134,9 @@ std::optional<Options> ParseCommandLine(const std::vector<std::string>& args,
       (name == "--video-fourcc" ? options.video_fourcc : options.audio_fourcc) = code;
     } else if (name == "--log" || name == "--module") {
       const auto text = value();
-      if (!text) return std::nullopt;
+      if (!text) {
+        return std::nullopt;
+      }
       if (text->empty()) {
         *error = "option " + name + " needs a non-empty value";
         return std::nullopt;
@@ -134,8 +157,12 @@ std::optional<Options> ParseCommandLine(const std::vector<std::string>& args,
       return std::nullopt;
     }
   }
-  if (!positional.empty()) options.input = positional[0];
-  if (positional.size() == 2) options.output = positional[1];
+  if (!positional.empty()) {
+    options.input = positional[0];
+  }
+  if (positional.size() == 2) {
+    options.output = positional[1];
+  }
   if (options.no_video && options.no_audio) {
     *error = "--no-video and --no-audio together leave nothing to write";
     return std::nullopt;
@@ -145,11 +172,21 @@ std::optional<Options> ParseCommandLine(const std::vector<std::string>& args,
 
 std::optional<uint32_t> FormatFromName(std::string_view name) {
   const std::string lower = Lower(name);
-  if (lower == "mkv") return kFormatMkv;
-  if (lower == "kmkv") return kFormatKmkv;
-  if (lower == "hmkv") return kFormatHmkv;
-  if (lower == "mka") return kFormatMka;
-  if (lower == "webm") return kFormatWebm;
+  if (lower == "mkv") {
+    return kFormatMkv;
+  }
+  if (lower == "kmkv") {
+    return kFormatKmkv;
+  }
+  if (lower == "hmkv") {
+    return kFormatHmkv;
+  }
+  if (lower == "mka") {
+    return kFormatMka;
+  }
+  if (lower == "webm") {
+    return kFormatWebm;
+  }
   return std::nullopt;
 }
 
@@ -160,15 +197,25 @@ std::optional<uint32_t> FormatFromPath(std::string_view path) {
     return std::nullopt;
   }
   const std::string extension = Lower(path.substr(dot));
-  if (extension == ".mkv") return kFormatMkv;
-  if (extension == ".mka") return kFormatMka;
-  if (extension == ".webm") return kFormatWebm;
+  if (extension == ".mkv") {
+    return kFormatMkv;
+  }
+  if (extension == ".mka") {
+    return kFormatMka;
+  }
+  if (extension == ".webm") {
+    return kFormatWebm;
+  }
   return std::nullopt;
 }
 
 std::string ExtensionFor(uint32_t format) {
-  if (format == kFormatMka) return ".mka";
-  if (format == kFormatWebm) return ".webm";
+  if (format == kFormatMka) {
+    return ".mka";
+  }
+  if (format == kFormatWebm) {
+    return ".webm";
+  }
   return ".mkv";
 }
 

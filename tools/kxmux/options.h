@@ -11,8 +11,8 @@
 namespace kxmux {
 
 struct Options {
-  std::string input;   // empty: the bundled sample
-  std::string output;  // after ResolveOutput: never empty
+  std::string input;               // empty: the bundled sample
+  std::string output;              // after ResolveOutput: never empty
   std::optional<uint32_t> format;  // container FourCC; after ResolveOutput: set
   std::optional<uint32_t> video_fourcc;
   std::optional<uint32_t> audio_fourcc;
@@ -29,8 +29,7 @@ std::string UsageText();
 
 // Parses the arguments after the program name. On wrong usage returns
 // nullopt and sets *error to a one-line reason.
-std::optional<Options> ParseCommandLine(const std::vector<std::string>& args,
-                                        std::string* error);
+std::optional<Options> ParseCommandLine(const std::vector<std::string>& args, std::string* error);
 
 // "MKV", "kmkv", "WebM", ... to the row's container FourCC.
 std::optional<uint32_t> FormatFromName(std::string_view name);

@@ -84,7 +84,9 @@ std::optional<Codec> CodecFromAv(AVCodecID id) {
 
 std::string RowName(const FileFormat& row) {
   std::string name = FourccText(row.fourcc);
-  while (!name.empty() && name.back() == ' ') name.pop_back();
+  while (!name.empty() && name.back() == ' ') {
+    name.pop_back();
+  }
   return name;
 }
 
@@ -93,7 +95,9 @@ std::string Quoted(uint32_t fourcc) { return "'" + FourccText(fourcc) + "'"; }
 std::string JoinFourccs(const std::vector<uint32_t>& fourccs) {
   std::string text;
   for (uint32_t fourcc : fourccs) {
-    if (!text.empty()) text += ", ";
+    if (!text.empty()) {
+      text += ", ";
+    }
     text += Quoted(fourcc);
   }
   return text.empty() ? "none" : text;
@@ -118,8 +122,8 @@ std::optional<uint32_t> ChooseFourcc(Codec codec, std::optional<uint32_t> wanted
                               "); --any-codec writes it anyway";
   if (wanted) {
     if (std::find(candidates.begin(), candidates.end(), *wanted) == candidates.end()) {
-      *error = "FourCC " + Quoted(*wanted) + " does not fit the input's " + CodecName(codec) +
-               " " + kind + " (it can go in as " + JoinFourccs(candidates) + ")";
+      *error = "FourCC " + Quoted(*wanted) + " does not fit the input's " + CodecName(codec) + " " +
+               kind + " (it can go in as " + JoinFourccs(candidates) + ")";
       return std::nullopt;
     }
     if (!any_codec && !CodecListHas(listed, *wanted)) {
@@ -129,9 +133,13 @@ std::optional<uint32_t> ChooseFourcc(Codec codec, std::optional<uint32_t> wanted
     }
     return wanted;
   }
-  if (any_codec) return candidates.front();
+  if (any_codec) {
+    return candidates.front();
+  }
   for (uint32_t fourcc : candidates) {
-    if (!CodecListHas(listed, fourcc)) continue;
+    if (!CodecListHas(listed, fourcc)) {
+      continue;
+    }
     if (fourcc != candidates.front() && !quiet) {
       std::fprintf(stderr, "kxmux: note: %s %s goes in as %s (the %s row does not list %s)\n",
                    CodecName(codec), kind, Quoted(fourcc).c_str(), RowName(row).c_str(),
@@ -156,8 +164,8 @@ struct Track {
   bool extradata_sent = false;
   BsfPtr adts_to_raw;  // AAC in ADTS framing: strips the headers, yields the config
   std::deque<std::pair<int64_t, PacketPtr>> queue;  // keyed by decode time, 100-ns
-  int64_t next_start = 0;        // start of a sample that carries no time
-  int64_t default_duration = 0;  // for samples that carry no duration
+  int64_t next_start = 0;                           // start of a sample that carries no time
+  int64_t default_duration = 0;                     // for samples that carry no duration
   uint64_t offered = 0;
   uint64_t accepted = 0;
 };
@@ -170,9 +178,11 @@ class OutputFile {
   OutputFile& operator=(const OutputFile&) = delete;
   ~OutputFile() { Close(); }
 
-  void* handle() const { return handle_; }
+  [[nodiscard]] void* handle() const { return handle_; }
   void Close() {
-    if (handle_ != nullptr) row_->CloseMediaFile(handle_);
+    if (handle_ != nullptr) {
+      row_->CloseMediaFile(handle_);
+    }
     handle_ = nullptr;
   }
 
@@ -193,12 +203,11 @@ class Remuxer {
   bool ChooseTracks(std::string* error);
   bool SetUpTrack(AVStream* stream, std::optional<uint32_t> wanted, Track* track,
                   std::string* error);
-  std::unique_ptr<MediaFileParams> MakeParams() const;
+  [[nodiscard]] std::unique_ptr<MediaFileParams> MakeParams() const;
   void SetAspectRatio() const;
   void SendInitialExtradata(Track* track);
   void SendVideoParameterSets(Track* track, const uint8_t* data, size_t size);
   void SendInBandParameterSets(Track* track, const std::vector<ByteView>& units);
-  bool Enqueue(Track* track, PacketPtr packet, std::string* error);
   bool FlushFilters(std::string* error);
   Track* NextReady(bool input_ended);
   bool Emit(Track* track, std::string* error);
@@ -207,7 +216,9 @@ class Remuxer {
   bool WriteAudio(Track* track, const AVPacket& packet, int64_t start, int64_t duration);
   bool CheckAccepted(std::string* error) const;
   void Note(const std::string& text) const {
-    if (!request_.quiet) std::fprintf(stderr, "kxmux: note: %s\n", text.c_str());
+    if (!request_.quiet) {
+      std::fprintf(stderr, "kxmux: note: %s\n", text.c_str());
+    }
   }
 
   const RemuxRequest& request_;
@@ -265,8 +276,7 @@ bool Remuxer::ChooseTracks(std::string* error) {
       Note("the " + RowName(row_) + " row takes no video; the input's video is left out");
     } else {
       video_ = std::make_unique<Track>();
-      if (!SetUpTrack(context->streams[video_index], request_.video_fourcc, video_.get(),
-                      error)) {
+      if (!SetUpTrack(context->streams[video_index], request_.video_fourcc, video_.get(), error)) {
         return false;
       }
     }
@@ -282,8 +292,12 @@ bool Remuxer::ChooseTracks(std::string* error) {
              "audio stream to write";
     return false;
   }
-  if (request_.video_fourcc && !video_) Note("--video-fourcc is unused: no video is written");
-  if (request_.audio_fourcc && !audio_) Note("--audio-fourcc is unused: no audio is written");
+  if (request_.video_fourcc && !video_) {
+    Note("--video-fourcc is unused: no video is written");
+  }
+  if (request_.audio_fourcc && !audio_) {
+    Note("--audio-fourcc is unused: no audio is written");
+  }
   return true;
 }
 
@@ -298,9 +312,10 @@ bool Remuxer::SetUpTrack(AVStream* stream, std::optional<uint32_t> wanted, Track
              (video ? "--no-video" : "--no-audio") + ")";
     return false;
   }
-  const auto fourcc =
-      ChooseFourcc(*codec, wanted, row_, request_.any_codec, request_.quiet, error);
-  if (!fourcc) return false;
+  const auto fourcc = ChooseFourcc(*codec, wanted, row_, request_.any_codec, request_.quiet, error);
+  if (!fourcc) {
+    return false;
+  }
 
   track->stream = stream;
   track->codec = *codec;
@@ -388,10 +403,14 @@ std::unique_ptr<MediaFileParams> Remuxer::MakeParams() const {
 }
 
 void Remuxer::SetAspectRatio() const {
-  if (!video_ || row_.SetDisplayAspectRatio == nullptr) return;
+  if (!video_ || row_.SetDisplayAspectRatio == nullptr) {
+    return;
+  }
   const AVCodecParameters& par = *video_->stream->codecpar;
   const AVRational sar = av_guess_sample_aspect_ratio(input_.get(), video_->stream, nullptr);
-  if (sar.num <= 0 || sar.den <= 0 || par.width <= 0 || par.height <= 0) return;
+  if (sar.num <= 0 || sar.den <= 0 || par.width <= 0 || par.height <= 0) {
+    return;
+  }
   int numerator = 0;
   int denominator = 0;
   av_reduce(&numerator, &denominator, static_cast<int64_t>(par.width) * sar.num,
@@ -403,22 +422,36 @@ void Remuxer::SetAspectRatio() const {
 }
 
 void Remuxer::SendVideoParameterSets(Track* track, const uint8_t* data, size_t size) {
-  if (row_.WriteVideoExtraData == nullptr) return;
+  if (row_.WriteVideoExtraData == nullptr) {
+    return;
+  }
   void* handle = output_->handle();
   if (track->codec == Codec::kH264) {
     const auto config = ParseAvcExtradata(data, size);
-    if (!config) return;
-    if (track->input_length_size < 0) track->input_length_size = config->length_size;
-    if (config->sps.empty() || config->pps.empty()) return;
+    if (!config) {
+      return;
+    }
+    if (track->input_length_size < 0) {
+      track->input_length_size = config->length_size;
+    }
+    if (config->sps.empty() || config->pps.empty()) {
+      return;
+    }
     // The module's argument order: the second block (PPS) first.
     row_.WriteVideoExtraData(handle, config->pps.data(), static_cast<int32_t>(config->pps.size()),
                              config->sps.data(), static_cast<int32_t>(config->sps.size()));
     track->extradata_sent = true;
   } else if (track->codec == Codec::kHevc) {
     const auto config = ParseHevcExtradata(data, size);
-    if (!config) return;
-    if (track->input_length_size < 0) track->input_length_size = config->length_size;
-    if (config->annex_b.empty()) return;
+    if (!config) {
+      return;
+    }
+    if (track->input_length_size < 0) {
+      track->input_length_size = config->length_size;
+    }
+    if (config->annex_b.empty()) {
+      return;
+    }
     row_.WriteVideoExtraData(handle, nullptr, 0, config->annex_b.data(),
                              static_cast<int32_t>(config->annex_b.size()));
     track->extradata_sent = true;
@@ -430,7 +463,9 @@ void Remuxer::SendVideoParameterSets(Track* track, const uint8_t* data, size_t s
 
 void Remuxer::SendInitialExtradata(Track* track) {
   const AVCodecParameters& par = *track->stream->codecpar;
-  if (par.extradata == nullptr || par.extradata_size <= 0) return;
+  if (par.extradata == nullptr || par.extradata_size <= 0) {
+    return;
+  }
   const auto size = static_cast<size_t>(par.extradata_size);
   if (track == video_.get()) {
     SendVideoParameterSets(track, par.extradata, size);
@@ -452,22 +487,30 @@ void Remuxer::SendInBandParameterSets(Track* track, const std::vector<ByteView>&
   std::vector<uint8_t> annex_b;
   if (track->codec == Codec::kH264) {
     const AvcConfig config = FindAvcParameterSets(units);
-    if (config.sps.empty() || config.pps.empty()) return;
+    if (config.sps.empty() || config.pps.empty()) {
+      return;
+    }
     AppendAnnexB({{config.sps.data(), config.sps.size()}, {config.pps.data(), config.pps.size()}},
                  &annex_b);
   } else {
     std::vector<ByteView> sets;
     for (const ByteView& unit : units) {
       const int type = HevcNalType(unit);
-      if (type >= 32 && type <= 34) sets.push_back(unit);
+      if (type >= 32 && type <= 34) {
+        sets.push_back(unit);
+      }
     }
-    if (sets.empty()) return;
+    if (sets.empty()) {
+      return;
+    }
     AppendAnnexB(sets, &annex_b);
   }
   SendVideoParameterSets(track, annex_b.data(), annex_b.size());
 }
 
-bool Remuxer::Enqueue(Track* track, PacketPtr packet, std::string* error) {
+// Queues a packet of the track for interleaving, through the ADTS conversion
+// when the track has one (a null packet drains the conversion at the end).
+bool Enqueue(Track* track, PacketPtr packet, std::string* error) {
   const auto push = [track](PacketPtr p) {
     const AVRational tb = track->stream->time_base;
     const int64_t time = p->dts != AV_NOPTS_VALUE   ? av_rescale_q(p->dts, tb, kHostTimeBase)
@@ -493,7 +536,9 @@ bool Remuxer::Enqueue(Track* track, PacketPtr packet, std::string* error) {
       return false;
     }
     ret = av_bsf_receive_packet(filter, out.get());
-    if (ret == AVERROR(EAGAIN) || ret == AVERROR_EOF) return true;
+    if (ret == AVERROR(EAGAIN) || ret == AVERROR_EOF) {
+      return true;
+    }
     if (ret < 0) {
       *error = "cannot convert the ADTS AAC stream: " + AvErrorText(ret);
       return false;
@@ -503,10 +548,10 @@ bool Remuxer::Enqueue(Track* track, PacketPtr packet, std::string* error) {
 }
 
 bool Remuxer::FlushFilters(std::string* error) {
-  for (Track* track : {video_.get(), audio_.get()}) {
-    if (track != nullptr && track->adts_to_raw && !Enqueue(track, nullptr, error)) return false;
-  }
-  return true;
+  const std::initializer_list<Track*> tracks = {video_.get(), audio_.get()};
+  return std::all_of(tracks.begin(), tracks.end(), [error](Track* track) {
+    return track == nullptr || !track->adts_to_raw || Enqueue(track, nullptr, error);
+  });
 }
 
 // The track whose next packet goes to the module: the earliest waiting one,
@@ -515,16 +560,28 @@ Track* Remuxer::NextReady(bool input_ended) {
   size_t waiting = 0;
   bool every_track_waiting = true;
   for (Track* track : {video_.get(), audio_.get()}) {
-    if (track == nullptr) continue;
+    if (track == nullptr) {
+      continue;
+    }
     waiting += track->queue.size();
-    if (track->queue.empty()) every_track_waiting = false;
+    if (track->queue.empty()) {
+      every_track_waiting = false;
+    }
   }
-  if (waiting == 0) return nullptr;
-  if (!input_ended && !every_track_waiting && waiting < kMaxQueuedPackets) return nullptr;
+  if (waiting == 0) {
+    return nullptr;
+  }
+  if (!input_ended && !every_track_waiting && waiting < kMaxQueuedPackets) {
+    return nullptr;
+  }
   Track* best = nullptr;
   for (Track* track : {video_.get(), audio_.get()}) {  // video first on equal times
-    if (track == nullptr || track->queue.empty()) continue;
-    if (best == nullptr || track->queue.front().first < best->queue.front().first) best = track;
+    if (track == nullptr || track->queue.empty()) {
+      continue;
+    }
+    if (best == nullptr || track->queue.front().first < best->queue.front().first) {
+      best = track;
+    }
   }
   return best;
 }
@@ -532,12 +589,15 @@ Track* Remuxer::NextReady(bool input_ended) {
 bool Remuxer::Emit(Track* track, std::string* error) {
   PacketPtr packet = std::move(track->queue.front().second);
   track->queue.pop_front();
-  if (packet->size <= 0) return true;
+  if (packet->size <= 0) {
+    return true;
+  }
 
   // Configuration that arrives with a packet (the ADTS conversion's record,
   // or a stream whose parameters change) is handed over before the packet.
   size_t side_size = 0;
-  const uint8_t* side = av_packet_get_side_data(packet.get(), AV_PKT_DATA_NEW_EXTRADATA, &side_size);
+  const uint8_t* side =
+      av_packet_get_side_data(packet.get(), AV_PKT_DATA_NEW_EXTRADATA, &side_size);
   if (side != nullptr && side_size > 0 && !track->extradata_sent) {
     if (track == video_.get()) {
       SendVideoParameterSets(track, side, side_size);
@@ -555,14 +615,17 @@ bool Remuxer::Emit(Track* track, std::string* error) {
   } else if (packet->dts != AV_NOPTS_VALUE) {
     start = av_rescale_q(packet->dts, tb, kHostTimeBase);
   }
-  const int64_t duration =
-      packet->duration > 0 ? av_rescale_q(packet->duration, tb, kHostTimeBase)
-                           : track->default_duration;
+  const int64_t duration = packet->duration > 0 ? av_rescale_q(packet->duration, tb, kHostTimeBase)
+                                                : track->default_duration;
   track->next_start = start + duration;
-  if (!first_start_) first_start_ = start;
+  if (!first_start_) {
+    first_start_ = start;
+  }
 
   ++track->offered;
-  if (track == video_.get()) return WriteVideo(track, *packet, start, duration, error);
+  if (track == video_.get()) {
+    return WriteVideo(track, *packet, start, duration, error);
+  }
   return WriteAudio(track, *packet, start, duration);
 }
 
@@ -599,14 +662,18 @@ bool Remuxer::WriteVideo(Track* track, const AVPacket& packet, int64_t start, in
       }
       units = std::move(*split);
     }
-    if (!track->extradata_sent) SendInBandParameterSets(track, units);
+    if (!track->extradata_sent) {
+      SendInBandParameterSets(track, units);
+    }
     if (track->framing == Framing::kAnnexB) {
       AppendAnnexB(units, &buffer_);
     } else {
       AppendLengthPrefixed(units, &buffer_);
     }
   }
-  if (buffer_.empty()) return true;
+  if (buffer_.empty()) {
+    return true;
+  }
   if (buffer_.size() > INT32_MAX) {
     *error = "a video sample is too large for the host interface";
     return false;
@@ -617,7 +684,9 @@ bool Remuxer::WriteVideo(Track* track, const AVPacket& packet, int64_t start, in
   sample.keyframe = key ? 1 : 0;
   sample.start = start;
   sample.duration = ClampToInt32(duration);
-  if (row_.WriteVideoData(output_->handle(), &sample) > 0) ++track->accepted;
+  if (row_.WriteVideoData(output_->handle(), &sample) > 0) {
+    ++track->accepted;
+  }
   return true;
 }
 
@@ -628,13 +697,17 @@ bool Remuxer::WriteAudio(Track* track, const AVPacket& packet, int64_t start, in
   sample.audioSize = static_cast<int32_t>(buffer_.size());
   sample.start = start;
   sample.duration = ClampToInt32(duration);
-  if (row_.WriteAudioData(output_->handle(), &sample, nullptr) > 0) ++track->accepted;
+  if (row_.WriteAudioData(output_->handle(), &sample, nullptr) > 0) {
+    ++track->accepted;
+  }
   return true;
 }
 
 bool Remuxer::CheckAccepted(std::string* error) const {
   for (const Track* track : {video_.get(), audio_.get()}) {
-    if (track == nullptr || track->offered == 0 || track->accepted > 0) continue;
+    if (track == nullptr || track->offered == 0 || track->accepted > 0) {
+      continue;
+    }
     *error = "the module accepted none of the " + std::to_string(track->offered) + " " +
              CodecName(track->codec) + " samples (FourCC " + Quoted(track->fourcc) + ")";
     return false;
@@ -647,7 +720,9 @@ bool Remuxer::CheckAccepted(std::string* error) const {
 }
 
 RemuxStatus Remuxer::Run(std::string* error) {
-  if (!OpenInput(error) || !ChooseTracks(error)) return RemuxStatus::kFailed;
+  if (!OpenInput(error) || !ChooseTracks(error)) {
+    return RemuxStatus::kFailed;
+  }
 
   const std::unique_ptr<MediaFileParams> params = MakeParams();
   SetAspectRatio();
@@ -660,7 +735,9 @@ RemuxStatus Remuxer::Run(std::string* error) {
   }
   output_ = std::make_unique<OutputFile>(&row_, handle);
   for (Track* track : {video_.get(), audio_.get()}) {
-    if (track != nullptr) SendInitialExtradata(track);
+    if (track != nullptr) {
+      SendInitialExtradata(track);
+    }
   }
 
   const double total_seconds =
@@ -673,12 +750,16 @@ RemuxStatus Remuxer::Run(std::string* error) {
   }
   bool input_ended = false;
   for (;;) {
-    if (interrupted_ && interrupted_()) return RemuxStatus::kInterrupted;
+    if (interrupted_ && interrupted_()) {
+      return RemuxStatus::kInterrupted;
+    }
     if (!input_ended) {
       const int ret = av_read_frame(input_.get(), packet.get());
       if (ret == AVERROR_EOF) {
         input_ended = true;
-        if (!FlushFilters(error)) return RemuxStatus::kFailed;
+        if (!FlushFilters(error)) {
+          return RemuxStatus::kFailed;
+        }
       } else if (ret == AVERROR_EXIT) {
         return RemuxStatus::kInterrupted;
       } else if (ret < 0) {
@@ -701,18 +782,24 @@ RemuxStatus Remuxer::Run(std::string* error) {
           return RemuxStatus::kFailed;
         }
         av_packet_move_ref(queued.get(), packet.get());
-        if (!Enqueue(track, std::move(queued), error)) return RemuxStatus::kFailed;
+        if (!Enqueue(track, std::move(queued), error)) {
+          return RemuxStatus::kFailed;
+        }
       }
     }
     while (Track* track = NextReady(input_ended)) {
-      if (!Emit(track, error)) return RemuxStatus::kFailed;
+      if (!Emit(track, error)) {
+        return RemuxStatus::kFailed;
+      }
     }
     if (first_start_) {
       const int64_t position = std::max(video_ ? video_->next_start : INT64_MIN,
                                         audio_ ? audio_->next_start : INT64_MIN);
       progress.Update(static_cast<double>(position - *first_start_) / kHostUnitsPerSecond);
     }
-    if (input_ended) break;  // NextReady drained every queue
+    if (input_ended) {
+      break;  // NextReady drained every queue
+    }
   }
   progress.Finish();
   output_->Close();

@@ -5,6 +5,8 @@
 #include <webm/file_reader.h>
 #include <webm/webm_parser.h>
 
+#include <array>
+#include <cmath>
 #include <cstdio>
 #include <memory>
 #include <sstream>
@@ -15,7 +17,9 @@ namespace {
 // Text elements may be stored with a terminating zero byte (the module
 // writes CodecID that way); it is not part of the text.
 std::string WithoutTrailingNuls(std::string text) {
-  while (!text.empty() && text.back() == '\0') text.pop_back();
+  while (!text.empty() && text.back() == '\0') {
+    text.pop_back();
+  }
   return text;
 }
 
@@ -107,8 +111,8 @@ std::optional<FileSummary> ReadFileSummary(const std::string& path, std::string*
   webm::WebmParser parser;
   const webm::Status status = parser.Feed(&callback, &reader);
   if (!status.completed_ok()) {
-    *error = "the written file does not parse as Matroska (status " +
-             std::to_string(status.code) + ")";
+    *error =
+        "the written file does not parse as Matroska (status " + std::to_string(status.code) + ")";
     return std::nullopt;
   }
   return summary;
@@ -122,17 +126,17 @@ std::string FormatSummary(const FileSummary& summary) {
       out << ", " << track.width << "x" << track.height;
     }
     if (track.type == "audio") {
-      out << ", " << static_cast<uint64_t>(track.sampling_frequency + 0.5) << " Hz, "
-          << track.channels << (track.channels == 1 ? " channel" : " channels");
+      out << ", " << std::lround(track.sampling_frequency) << " Hz, " << track.channels
+          << (track.channels == 1 ? " channel" : " channels");
     }
     out << "\n";
   }
-  char duration[32];
-  std::snprintf(duration, sizeof duration, "%.3f", summary.duration_seconds);
-  out << "  duration " << duration << " s, " << summary.size << " bytes, " << summary.clusters
-      << (summary.clusters == 1 ? " cluster, " : " clusters, ") << summary.cue_points
-      << (summary.cue_points == 1 ? " cue point" : " cue points") << ", DocType "
-      << summary.doc_type << "\n";
+  std::array<char, 32> duration = {};
+  std::snprintf(duration.data(), duration.size(), "%.3f", summary.duration_seconds);
+  out << "  duration " << duration.data() << " s, " << summary.size << " bytes, "
+      << summary.clusters << (summary.clusters == 1 ? " cluster, " : " clusters, ")
+      << summary.cue_points << (summary.cue_points == 1 ? " cue point" : " cue points")
+      << ", DocType " << summary.doc_type << "\n";
   return out.str();
 }
 

@@ -14,8 +14,8 @@ struct TrackSummary {
   uint64_t number = 0;
   std::string type;  // "video", "audio", or the TrackType number
   std::string codec_id;
-  uint64_t width = 0;   // video
-  uint64_t height = 0;  // video
+  uint64_t width = 0;             // video
+  uint64_t height = 0;            // video
   double sampling_frequency = 0;  // audio
   uint64_t channels = 0;          // audio
 };
