@@ -16,7 +16,9 @@ constexpr uint32_t kSmallCapacity = 96;
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  if (size > INT32_MAX) return 0;
+  if (size > INT32_MAX) {
+    return 0;
+  }
   const auto in_size = static_cast<int32_t>(size);
 
   std::vector<uint8_t> large(kMuxerCapacity, 0xA5);

@@ -18,7 +18,9 @@ using test::Bytes;
 
 const uint8_t* ByteByByte(const uint8_t* begin, const uint8_t* end) {
   for (const uint8_t* p = begin; end - p > 3; ++p) {
-    if (p[0] == 0 && p[1] == 0 && p[2] == 1) return p;
+    if (p[0] == 0 && p[1] == 0 && p[2] == 1) {
+      return p;
+    }
   }
   return end;
 }
@@ -27,10 +29,12 @@ TEST(FindStartCodeTest, MatchesByteByByteScanOnEveryRange) {
   std::mt19937 random(7);
   // Mostly zeros and ones, so that start codes, near misses and runs of zeros
   // fall at every alignment and near both ends.
-  const uint8_t alphabet[] = {0, 0, 0, 1, 1, 3, 0x80, 0xFF};
+  const std::vector<uint8_t> alphabet = {0, 0, 0, 1, 1, 3, 0x80, 0xFF};
   std::vector<uint8_t> buffer(48);
   for (int round = 0; round < 3000; ++round) {
-    for (uint8_t& byte : buffer) byte = alphabet[random() % sizeof alphabet];
+    for (uint8_t& byte : buffer) {
+      byte = alphabet[random() % alphabet.size()];
+    }
     for (size_t begin = 0; begin < 8; ++begin) {
       for (size_t end = begin; end <= buffer.size(); ++end) {
         const uint8_t* b = buffer.data() + begin;
@@ -98,11 +102,14 @@ TEST(EmulationPreventionTest, DropsOnlyTheThreeOfEachSequenceAfterTheHeader) {
 }
 
 TEST(BitReaderTest, ReadsFixedAndExpGolombFields) {
-  const uint32_t values[] = {0,     1,     2,       6,        7,        254,        255,       256,
-                             65535, 65536, 0xFFFFF, 0x400000, 0xFFFFFF, 0x7FFFFFFF, 0xFFFFFFFE};
+  const std::vector<uint32_t> values = {0,       1,        2,        6,          7,
+                                        254,     255,      256,      65535,      65536,
+                                        0xFFFFF, 0x400000, 0xFFFFFF, 0x7FFFFFFF, 0xFFFFFFFE};
   BitWriter w;
   w.U(3, 5).U(32, 0xDEADBEEF).U(48, 0x123456789ABC).U(25, 0x1ABCDEF);
-  for (const uint32_t v : values) w.Ue(v);
+  for (const uint32_t v : values) {
+    w.Ue(v);
+  }
   const Bytes data = w.bytes();
   BitReader r;
   ASSERT_TRUE(r.Init(data.data(), static_cast<uint32_t>(data.size())));
@@ -110,7 +117,9 @@ TEST(BitReaderTest, ReadsFixedAndExpGolombFields) {
   EXPECT_EQ(r.ReadBits(32), 0xDEADBEEFU);
   EXPECT_EQ(r.ReadBits48(), 0x123456789ABCU);
   EXPECT_EQ(r.ReadBits(25), 0x1ABCDEFU);
-  for (const uint32_t v : values) EXPECT_EQ(r.ReadUe(), v);
+  for (const uint32_t v : values) {
+    EXPECT_EQ(r.ReadUe(), v);
+  }
   EXPECT_EQ(r.position(), w.bits());
   EXPECT_TRUE(r.ok());
 }

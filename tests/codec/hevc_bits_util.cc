@@ -4,8 +4,12 @@ namespace kx::test {
 
 BitWriter& BitWriter::U(uint32_t n, uint64_t value) {
   for (uint32_t i = n; i-- > 0;) {
-    if (bits_ % 8 == 0) bytes_.push_back(0);
-    if (((value >> i) & 1) != 0) bytes_.back() |= static_cast<uint8_t>(0x80 >> (bits_ % 8));
+    if (bits_ % 8 == 0) {
+      bytes_.push_back(0);
+    }
+    if (((value >> i) & 1) != 0) {
+      bytes_.back() |= static_cast<uint8_t>(0x80 >> (bits_ % 8));
+    }
     ++bits_;
   }
   return *this;
@@ -14,12 +18,16 @@ BitWriter& BitWriter::U(uint32_t n, uint64_t value) {
 BitWriter& BitWriter::Ue(uint32_t value) {
   const uint64_t code = uint64_t{value} + 1;
   uint32_t length = 0;
-  while ((code >> (length + 1)) != 0) ++length;
+  while ((code >> (length + 1)) != 0) {
+    ++length;
+  }
   return U(length, 0).U(length + 1, code);
 }
 
 BitWriter& BitWriter::Append(const BitWriter& other) {
-  for (size_t i = 0; i < other.bits_; ++i) U(1, other.bytes_[i / 8] >> (7 - i % 8));
+  for (size_t i = 0; i < other.bits_; ++i) {
+    U(1, other.bytes_[i / 8] >> (7 - i % 8));
+  }
   return *this;
 }
 
@@ -51,9 +59,15 @@ Bytes AnnexB(std::initializer_list<Bytes> units) {
 void WritePtl(BitWriter& w, const Ptl& ptl, uint32_t m, bool sub_layer_flags) {
   w.U(2, ptl.profile_space).U(1, ptl.tier).U(5, ptl.profile_idc);
   w.U(32, ptl.compatibility).U(48, ptl.constraints).U(8, ptl.level);
-  for (uint32_t i = 0; i < m; ++i) w.U(2, sub_layer_flags ? 3 : 0);
-  if (m > 0) w.U(2 * (8 - m), 0);
-  for (uint32_t i = 0; i < m && sub_layer_flags; ++i) w.U(44, 0).U(44, 0).U(8, 0);
+  for (uint32_t i = 0; i < m; ++i) {
+    w.U(2, sub_layer_flags ? 3 : 0);
+  }
+  if (m > 0) {
+    w.U(2 * (8 - m), 0);
+  }
+  for (uint32_t i = 0; i < m && sub_layer_flags; ++i) {
+    w.U(44, 0).U(44, 0).U(8, 0);
+  }
 }
 
 Bytes Vps(const Ptl& ptl, uint32_t m) {
@@ -70,11 +84,15 @@ BitWriter SpsHead(const Ptl& ptl, uint32_t m, uint32_t chroma_format_idc, uint32
   w.U(4, 0).U(3, m).U(1, 1);
   WritePtl(w, ptl, m);
   w.Ue(0).Ue(chroma_format_idc);
-  if (chroma_format_idc == 3) w.U(1, 0);
+  if (chroma_format_idc == 3) {
+    w.U(1, 0);
+  }
   w.Ue(320).Ue(240).U(1, 0);  // size, no conformance window
   w.Ue(bit_depth_minus8).Ue(bit_depth_minus8).Ue(log2_max_pic_order_cnt_lsb_minus4);
   w.U(1, 1);
-  for (uint32_t i = 0; i <= m; ++i) w.Ue(4).Ue(2).Ue(0);
+  for (uint32_t i = 0; i <= m; ++i) {
+    w.Ue(4).Ue(2).Ue(0);
+  }
   return w.Ue(0).Ue(3).Ue(0).Ue(3).Ue(1).Ue(1);
 }
 
@@ -83,7 +101,9 @@ void SpsTail(BitWriter& w, const BitWriter* vui) {
   w.Ue(1).Ue(1).Ue(0).Ue(0).U(1, 1);  // one RPS: one negative picture
   w.U(1, 0).U(2, 3);                  // no long-term pictures, tmvp, smoothing
   w.U(1, vui != nullptr ? 1 : 0);
-  if (vui != nullptr) w.Append(*vui);
+  if (vui != nullptr) {
+    w.Append(*vui);
+  }
   w.U(1, 0);  // sps_extension_present_flag
 }
 
@@ -97,7 +117,9 @@ Bytes Pps(bool tiles, bool wavefront) {
   BitWriter w;
   w.Ue(0).Ue(0).U(7, 0b0000010).Ue(0).Ue(0).Ue(0).U(2, 0).U(1, 1).Ue(1);
   w.Ue(0).Ue(0).U(4, 0).U(1, tiles ? 1 : 0).U(1, wavefront ? 1 : 0);
-  if (tiles) w.Ue(1).Ue(0).U(1, 1);  // two tile columns, uniform spacing
+  if (tiles) {
+    w.Ue(1).Ue(0).U(1, 1);  // two tile columns, uniform spacing
+  }
   return w.U(1, 1).U(2, 0).U(1, 0).U(1, 0).Nal(34);
 }
 

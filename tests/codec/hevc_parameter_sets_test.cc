@@ -38,7 +38,9 @@ bool Parse(const Bytes& nal, HEVCDecoderConfigurationRecord& record, uint32_t* e
     default:
       ADD_FAILURE() << "not a parameter set";
   }
-  if (end != nullptr) *end = r.position();
+  if (end != nullptr) {
+    *end = r.position();
+  }
   return ok;
 }
 
@@ -133,8 +135,12 @@ TEST(SpsParseTest, SkipsScalingListsPcmReferenceSetsAndVuiBitExactly) {
         continue;
       }
       w.U(1, 1);
-      if (size_id > 1) w.Ue(9);  // scaling_list_dc_coef_minus8
-      for (uint32_t i = 0; i < (size_id == 0 ? 16U : 64U); ++i) w.Ue(i % 3);
+      if (size_id > 1) {
+        w.Ue(9);  // scaling_list_dc_coef_minus8
+      }
+      for (uint32_t i = 0; i < (size_id == 0 ? 16U : 64U); ++i) {
+        w.Ue(i % 3);
+      }
     }
   }
   w.U(2, 3);                                                // amp, sao
@@ -174,7 +180,9 @@ TEST(SpsParseTest, HrdParametersPerSubLayer) {
   vui.U(1, 1).U(1, 1).U(1, 1);                          // NAL and VCL HRD, sub-picture params
   vui.U(8, 0).U(5, 0).U(1, 0).U(5, 0).U(4, 0).U(4, 0).U(4, 0).U(15, 0x7FFF);
   const auto sub_layer_hrd = [&vui](uint32_t cpb_count) {
-    for (uint32_t i = 0; i < cpb_count; ++i) vui.Ue(1000).Ue(2000).Ue(100).Ue(200).U(1, 0);
+    for (uint32_t i = 0; i < cpb_count; ++i) {
+      vui.Ue(1000).Ue(2000).Ue(100).Ue(200).U(1, 0);
+    }
   };
   vui.U(1, 1).Ue(0).Ue(1);  // sub-layer 0: general fixed rate, cpb_cnt_minus1 = 1
   sub_layer_hrd(2);
@@ -207,7 +215,9 @@ TEST(SpsParseTest, FailsOnCountsBeyondRangeAndOnCutData) {
   const auto up_to_rps = [] { return test::SpsHead().U(1, 0).U(2, 3).U(1, 0); };
   const auto with_sets = [&](uint32_t count) {
     BitWriter w = up_to_rps().Ue(count);
-    for (uint32_t i = 0; i < count; ++i) (i == 0 ? w : w.U(1, 0)).Ue(0).Ue(0);
+    for (uint32_t i = 0; i < count; ++i) {
+      (i == 0 ? w : w.U(1, 0)).Ue(0).Ue(0);
+    }
     return w.U(1, 0).U(2, 3).U(1, 0).U(1, 0).Nal(33);
   };
   HEVCDecoderConfigurationRecord record;
@@ -222,7 +232,9 @@ TEST(SpsParseTest, FailsOnCountsBeyondRangeAndOnCutData) {
   vui.U(8, 0).U(1, 1).U(64, 0).U(1, 0).U(1, 1);  // timing, HRD present
   vui.U(1, 1).U(1, 0).U(1, 0).U(23, 0);          // NAL HRD only
   vui.U(1, 1).Ue(0).Ue(32);                      // cpb_cnt_minus1 = 32, and 33 CPBs
-  for (int i = 0; i < 33; ++i) vui.Ue(0).Ue(0).U(1, 0);
+  for (int i = 0; i < 33; ++i) {
+    vui.Ue(0).Ue(0).U(1, 0);
+  }
   vui.U(1, 0);
   test::SpsTail(hrd, &vui);
   EXPECT_FALSE(Parse(hrd.Nal(33), record));

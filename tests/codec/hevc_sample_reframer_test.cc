@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "tests/codec/hevc_bits_util.h"
 
 namespace kx::codec {
@@ -38,7 +40,7 @@ TEST(HevcSampleReframerTest, DropsParameterSetsAndTheLastUnitDecidesTheKeyFrame)
     Bytes expected;
     bool key_out;
   };
-  const Case cases[] = {
+  const std::vector<Case> cases = {
       {test::AnnexB({kVps, kSps, kPps, kIdr}), false, Prefixed({kIdr}), true},
       {test::AnnexB({kIdr, kSuffixSei}), true, Prefixed({kIdr, kSuffixSei}), false},
       {test::AnnexB({kTrail, kCra}), false, Prefixed({kTrail, kCra}), true},

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "tests/codec/hevc_bits_util.h"
 #include "tests/support/log_capture.h"
@@ -34,7 +35,9 @@ Bytes Array(uint8_t type, std::initializer_list<Bytes> units) {
 
 Bytes Concat(std::initializer_list<Bytes> parts) {
   Bytes out;
-  for (const Bytes& part : parts) out.insert(out.end(), part.begin(), part.end());
+  for (const Bytes& part : parts) {
+    out.insert(out.end(), part.begin(), part.end());
+  }
   return out;
 }
 
@@ -112,7 +115,9 @@ TEST(HvccWriterTest, CapacityAndParameterSetCountLimits) {
   test::LogCapture log;
   const std::string counts = "[kx_mkv] error at hevc line[1027]\n";
   Bytes many;
-  for (int i = 0; i < 17; ++i) many = Concat({many, test::AnnexB({test::Vps()})});
+  for (int i = 0; i < 17; ++i) {
+    many = Concat({many, test::AnnexB({test::Vps()})});
+  }
   EXPECT_TRUE(Write(Concat({many, test::AnnexB({test::Sps(), test::Pps()})})).empty());
   EXPECT_EQ(log.Text().substr(log.Text().size() - counts.size()), counts);
   for (const Bytes& input :
@@ -172,7 +177,7 @@ TEST(HvccWriterTest, RealStreamsMatchAnotherMuxersRecord) {
     std::string annex_b;
     Bytes header;
   };
-  const Case cases[] = {
+  const std::vector<Case> cases = {
       {"main10",
        "0000000140010c01ffff02200000030090000003000003003c9598090000000142010102200000030090"
        "000003000003003ca00a080f1365959a4932bc05a02000000300200000030321000000014401c172b46240",
