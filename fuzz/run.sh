@@ -7,12 +7,16 @@ set -euo pipefail
 seconds=${1:?usage: fuzz/run.sh SECONDS}
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=$root/build-fuzz
+if ! command -v clang++ >/dev/null; then
+  echo "fuzz/run.sh: clang++ is needed for libFuzzer (scripts/install-deps.sh installs it)" >&2
+  exit 1
+fi
 cmake -S "$root/fuzz" -B "$build" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build "$build" -j2 --target fuzz_hvcc fuzz_hevc_reframe
 for target in fuzz_hvcc fuzz_hevc_reframe; do
   corpus=$build/corpus/$target
   mkdir -p "$corpus" "$build/artifacts/$target"
-  cp -n "$root/fuzz/corpus/$target/"* "$corpus/"
+  cp "$root/fuzz/corpus/$target/"* "$corpus/"
   echo "== $target for ${seconds}s"
   # The log stand-in's file writes are not wanted inside the loop.
   set +e
