@@ -1,0 +1,29 @@
+// Host FourCC -> Matroska CodecID. These tables are the whole codec
+// vocabulary of the Matroska muxers; the WebM muxer's are narrower.
+#ifndef KX_MKV_CODEC_IDS_H_
+#define KX_MKV_CODEC_IDS_H_
+
+#include <cstdint>
+#include <string_view>
+
+namespace kx {
+
+inline constexpr std::string_view kVfwVideoCodecId = "V_MS/VFW/FOURCC";
+inline constexpr std::string_view kVfwAudioCodecId = "A_MS/VFW/FOURCC";
+
+std::string_view MatroskaVideoCodecId(uint32_t fourcc);
+std::string_view MatroskaAudioCodecId(uint32_t fourcc);
+std::string_view WebmVideoCodecId(uint32_t fourcc);
+std::string_view WebmAudioCodecId(uint32_t fourcc);
+
+// The H.264 FourCCs whose samples carry NAL units with 4-byte start codes,
+// one block per slice.
+bool IsNalUnitFourCC(uint32_t fourcc);
+// Video FourCCs that make a WebM DocType.
+bool IsWebmVideoFourCC(uint32_t fourcc);
+// Video FourCCs that select the HEVC muxer.
+bool IsHevcFourCC(uint32_t fourcc);
+
+}  // namespace kx
+
+#endif  // KX_MKV_CODEC_IDS_H_

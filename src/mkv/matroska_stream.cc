@@ -1,0 +1,120 @@
+#include "src/mkv/matroska_stream.h"
+
+#include <string>
+#include <utility>
+
+#include "src/mkv/codec_private.h"
+#include "src/mkv/time_units.h"
+#include "src/platform/crt_rand.h"
+
+namespace kx {
+
+using MatroskaWriter::BlockGroup;
+using MatroskaWriter::CBlock;
+using MatroskaWriter::SimpleBlock;
+using MatroskaWriter::TrackEntry;
+
+MatroskaStream::MatroskaStream(bool use_simple_block, bool has_additions)
+    : use_simple_block_(use_simple_block),
+      has_additions_(has_additions),
+      entry_(std::make_unique<TrackEntry>()) {}
+
+MatroskaStream::~MatroskaStream() = default;
+
+void MatroskaStream::BeginSetup(uint64_t track_number, uint64_t track_type) {
+  last_start_ = -1;
+  last_end_ = -1;
+  written_time_ = 0;
+  entry_ = std::make_unique<TrackEntry>();
+  entry_->track_uid.Set(static_cast<uint64_t>(platform::CrtRand()));
+  entry_->min_cache.Set(1);
+  entry_->max_cache.Set(1);
+  entry_->track_number.Set(track_number);
+  entry_->track_type.Set(track_type);
+  entry_->language.Set("und");
+  if (use_simple_block_) {
+    entry_->flag_lacing.Set(1);
+    entry_->flag_default.Set(1);
+  }
+  entry_->type_selector = track_type == kVideoTrackType   ? TrackEntry::kVideo
+                          : track_type == kAudioTrackType ? TrackEntry::kAudio
+                                                          : 0;
+}
+
+int32_t MatroskaStream::AddFrame(const uint8_t* data, int32_t size, int64_t start, int64_t end,
+                                 int32_t key, const uint8_t* additions, int32_t additions_size) {
+  if (size <= 0 || data == nullptr) return 0;
+  std::unique_ptr<BlockGroup> group;
+  std::unique_ptr<SimpleBlock> simple;
+  CBlock* block = nullptr;
+  if (use_simple_block_ && !has_additions_) {
+    simple = std::make_unique<SimpleBlock>();
+    block = simple.get();
+  } else {
+    group = std::make_unique<BlockGroup>();
+    block = &group->block;
+    // A non-key frame (or one sharing its predecessor's time) refers back to
+    // the previous frame; the offset is rounded half away from zero.
+    if ((key == 0 || last_start_ == start) && last_start_ >= 0) {
+      const int64_t d = last_start_ - start;
+      group->reference_block.Set(d >= 0 ? (d + 5000) / kTicksPerMillisecond
+                                        : (d - 5000) / kTicksPerMillisecond);
+    }
+    if (track_type() == kSubtitleTrackType) {
+      group->block_duration.Set(static_cast<uint64_t>(ToMilliseconds(end - start)));
+    }
+    if (additions_size > 0 && additions != nullptr && has_additions_) {
+      group->block_additions.block_more.block_additional.Assign(
+          additions, static_cast<size_t>(additions_size));
+    }
+  }
+  block->track_number = track_number();
+  block->keyframe = key;
+  block->start = ToMilliseconds(start);
+  block->end = ToMilliseconds(end);
+  block->frames.emplace_back(data, data + size);
+  if (group) {
+    queue_.emplace_back(std::move(group));
+  } else {
+    queue_.emplace_back(std::move(simple));
+  }
+  last_start_ = start;
+  last_end_ = end;
+  if (entry_->codec_private.empty()) ReserveCodecPrivate(data, size);
+  return size;
+}
+
+// CodecPrivate that configuration data may still fill is reserved as zeros
+// the first time a frame arrives, so the Tracks element written at the first
+// flush never has to change size.
+void MatroskaStream::ReserveCodecPrivate(const uint8_t* data, int32_t size) {
+  const std::string codec_id = entry_->codec_id.Text();
+  auto starts_with = [&codec_id](std::string_view prefix) {
+    return codec_id.compare(0, prefix.size(), prefix) == 0;
+  };
+  size_t reservation = 0;
+  switch (track_type()) {
+    case kVideoTrackType:
+      if (codec_id == "V_MPEG1" || codec_id == "V_MPEG2") {
+        if (auto header = FindMpegSequenceHeader(data, static_cast<size_t>(size))) {
+          entry_->codec_private.Assign(data + header->offset, header->length);
+        }
+        return;
+      }
+      if (starts_with("V_MPEG4/ISO/AVC") || starts_with("V_MPEGH/ISO/HEVC")) reservation = 1024;
+      break;
+    case kAudioTrackType:
+      if (codec_id == "A_AAC") reservation = 1024;
+      if (codec_id == "A_VORBIS") reservation = 10240;
+      break;
+    case kSubtitleTrackType:
+      if (codec_id == "S_TEXT/ASS") reservation = 1024;
+      if (codec_id == "S_TEXT/SSA") reservation = 10240;
+      break;
+    default:
+      break;
+  }
+  if (reservation != 0) entry_->codec_private.Resize(reservation);
+}
+
+}  // namespace kx
