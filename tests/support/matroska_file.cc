@@ -45,8 +45,8 @@ class Collector : public webm::Callback {
   }
 
   webm::Status OnSeek(const webm::ElementMetadata&, const webm::Seek& seek) override {
-    file_.seeks.push_back({seek_head_position_, static_cast<uint32_t>(seek.id.value()),
-                           seek.position.value()});
+    file_.seeks.push_back(
+        {seek_head_position_, static_cast<uint32_t>(seek.id.value()), seek.position.value()});
     return webm::Status(webm::Status::kOkCompleted);
   }
 
@@ -58,9 +58,20 @@ class Collector : public webm::Callback {
   }
 
   webm::Status OnTrackEntry(const webm::ElementMetadata&, const webm::TrackEntry& entry) override {
-    file_.tracks.push_back({entry.track_number.value(),
-                            static_cast<uint64_t>(entry.track_type.value()),
-                            entry.codec_id.value(), entry.codec_private.value()});
+    TrackInfo track;
+    track.number = entry.track_number.value();
+    track.type = static_cast<uint64_t>(entry.track_type.value());
+    track.codec_id = entry.codec_id.value();
+    track.codec_private = entry.codec_private.value();
+    track.default_duration = entry.default_duration.value();
+    if (entry.video.is_present()) {
+      const webm::Video& video = entry.video.value();
+      track.pixel_width = video.pixel_width.value();
+      track.pixel_height = video.pixel_height.value();
+      track.display_width = video.display_width.value();
+      track.display_height = video.display_height.value();
+    }
+    file_.tracks.push_back(std::move(track));
     return webm::Status(webm::Status::kOkCompleted);
   }
 
@@ -111,8 +122,8 @@ class Collector : public webm::Callback {
     uint64_t done = 0;
     while (*bytes_remaining > 0) {
       uint64_t read = 0;
-      const webm::Status status = reader->Read(static_cast<size_t>(*bytes_remaining),
-                                               frame.data() + done, &read);
+      const webm::Status status =
+          reader->Read(static_cast<size_t>(*bytes_remaining), frame.data() + done, &read);
       done += read;
       *bytes_remaining -= read;
       if (!status.ok()) return status;

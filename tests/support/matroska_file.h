@@ -13,13 +13,13 @@ struct TopLevelElement {
   uint32_t id = 0;
   uint64_t position = 0;  // absolute
   uint64_t header_size = 0;
-  uint64_t size = 0;      // payload
+  uint64_t size = 0;  // payload
 };
 
 struct SeekEntry {
   uint64_t seek_head_position = 0;  // absolute position of its SeekHead
   uint32_t id = 0;
-  uint64_t position = 0;            // relative to the Segment's data
+  uint64_t position = 0;  // relative to the Segment's data
 };
 
 struct TrackInfo {
@@ -27,6 +27,11 @@ struct TrackInfo {
   uint64_t type = 0;
   std::string codec_id;
   std::vector<uint8_t> codec_private;
+  uint64_t pixel_width = 0;
+  uint64_t pixel_height = 0;
+  uint64_t display_width = 0;
+  uint64_t display_height = 0;
+  uint64_t default_duration = 0;
 };
 
 struct BlockInfo {
@@ -34,7 +39,7 @@ struct BlockInfo {
   uint64_t track = 0;
   int16_t relative_time = 0;
   bool simple = false;
-  bool key = false;       // SimpleBlock flag, or a BlockGroup without ReferenceBlock
+  bool key = false;  // SimpleBlock flag, or a BlockGroup without ReferenceBlock
   std::vector<int64_t> references;
   std::vector<std::vector<uint8_t>> frames;
   int64_t time() const { return static_cast<int64_t>(cluster_timecode) + relative_time; }
