@@ -123,11 +123,11 @@ bool HrdParameters(BitReader& r, uint32_t max_sub_layers_minus1) {
 
 bool VuiParameters(BitReader& r, uint32_t max_sub_layers_minus1,
                    HEVCDecoderConfigurationRecord& record) {
-  if (r.ReadBits(1) != 0) {                           // aspect_ratio_info_present_flag
-    const uint32_t aspect_ratio_idc = r.ReadBits(8);  // aspect_ratio_idc
-    if (aspect_ratio_idc == 255) {                    // EXTENDED_SAR
-      r.SkipBits(16);                                 // sar_width
-      r.SkipBits(16);                                 // sar_height
+  if (r.ReadBits(1) != 0) {  // aspect_ratio_info_present_flag
+    const uint32_t aspect_ratio_idc = r.ReadBits(8);
+    if (aspect_ratio_idc == 255) {  // EXTENDED_SAR
+      r.SkipBits(16);               // sar_width
+      r.SkipBits(16);               // sar_height
     }
   }
   if (r.ReadBits(1) != 0) {  // overscan_info_present_flag
@@ -171,7 +171,7 @@ bool VuiParameters(BitReader& r, uint32_t max_sub_layers_minus1,
     r.SkipBits(1);           // tiles_fixed_structure_flag
     r.SkipBits(1);           // motion_vectors_over_pic_boundaries_flag
     r.SkipBits(1);           // restricted_ref_pic_lists_flag
-    const uint32_t min_spatial_segmentation_idc = r.ReadUe();  // min_spatial_segmentation_idc
+    const uint32_t min_spatial_segmentation_idc = r.ReadUe();
     if (!r.ok()) {
       return false;
     }
@@ -229,8 +229,8 @@ bool StRefPicSet(BitReader& r, uint32_t st_rps_idx, NumDeltaPocsTable& num_delta
     return r.ok();
   }
 
-  const uint32_t num_negative_pics = r.ReadUe();  // num_negative_pics
-  const uint32_t num_positive_pics = r.ReadUe();  // num_positive_pics
+  const uint32_t num_negative_pics = r.ReadUe();
+  const uint32_t num_positive_pics = r.ReadUe();
   if (num_negative_pics > kMaxDeltaPocsPerSide || num_positive_pics > kMaxDeltaPocsPerSide) {
     return false;
   }
@@ -255,18 +255,16 @@ void ParseProfileTierLevel(BitReader& r, uint32_t max_sub_layers_minus1,
   ptl.general_profile_space = Low8(r.ReadBits(2));  // general_profile_space
   ptl.general_tier_flag = Low8(r.ReadBits(1));      // general_tier_flag
   ptl.general_profile_idc = Low8(r.ReadBits(5));    // general_profile_idc
-  ptl.general_profile_compatibility_flags =
-      r.ReadBits(32);  // general_profile_compatibility_flag[32]
-  ptl.general_constraint_indicator_flags =
-      r.ReadBits48();  // general_progressive_source_flag ... general_reserved_zero_43bits,
-                       // general_inbld_flag
+  // general_profile_compatibility_flag[j], j = 0..31
+  ptl.general_profile_compatibility_flags = r.ReadBits(32);
+  // general_progressive_source_flag to general_inbld_flag/general_reserved_zero_bit
+  ptl.general_constraint_indicator_flags = r.ReadBits48();
   ptl.general_level_idc = Low8(r.ReadBits(8));  // general_level_idc
   MergeProfileTierLevel(ptl, record);
 
   for (uint32_t i = 0; i < m; ++i) {
-    ptl.sub_layer_profile_present_flag[i] =
-        r.ReadBits(1) != 0;                                    // sub_layer_profile_present_flag[i]
-    ptl.sub_layer_level_present_flag[i] = r.ReadBits(1) != 0;  // sub_layer_level_present_flag[i]
+    ptl.sub_layer_profile_present_flag[i] = r.ReadBits(1) != 0;
+    ptl.sub_layer_level_present_flag[i] = r.ReadBits(1) != 0;
   }
   if (m > 0) {
     r.SkipBits(2 * (8 - m));  // reserved_zero_2bits[i] for i = m..7
@@ -286,11 +284,11 @@ void ParseProfileTierLevel(BitReader& r, uint32_t max_sub_layers_minus1,
 }
 
 bool ParseVps(BitReader& r, HEVCDecoderConfigurationRecord& record) {
-  r.SkipBits(4);                                             // vps_video_parameter_set_id
-  r.SkipBits(1);                                             // vps_base_layer_internal_flag
-  r.SkipBits(1);                                             // vps_base_layer_available_flag
-  r.SkipBits(6);                                             // vps_max_layers_minus1
-  const uint32_t vps_max_sub_layers_minus1 = r.ReadBits(3);  // vps_max_sub_layers_minus1
+  r.SkipBits(4);  // vps_video_parameter_set_id
+  r.SkipBits(1);  // vps_base_layer_internal_flag
+  r.SkipBits(1);  // vps_base_layer_available_flag
+  r.SkipBits(6);  // vps_max_layers_minus1
+  const uint32_t vps_max_sub_layers_minus1 = r.ReadBits(3);
   MergeTemporalLayers(vps_max_sub_layers_minus1, record);
   r.SkipBits(1);   // vps_temporal_id_nesting_flag
   r.SkipBits(16);  // vps_reserved_0xffff_16bits
@@ -299,14 +297,14 @@ bool ParseVps(BitReader& r, HEVCDecoderConfigurationRecord& record) {
 }
 
 bool ParseSps(BitReader& r, HEVCDecoderConfigurationRecord& record) {
-  r.SkipBits(4);                                             // sps_video_parameter_set_id
-  const uint32_t sps_max_sub_layers_minus1 = r.ReadBits(3);  // sps_max_sub_layers_minus1
+  r.SkipBits(4);  // sps_video_parameter_set_id
+  const uint32_t sps_max_sub_layers_minus1 = r.ReadBits(3);
   MergeTemporalLayers(sps_max_sub_layers_minus1, record);
   record.temporalIdNested = Low8(r.ReadBits(1));  // sps_temporal_id_nesting_flag
   ParseProfileTierLevel(r, sps_max_sub_layers_minus1, record);
 
-  r.ReadUe();                                     // sps_seq_parameter_set_id
-  const uint32_t chroma_format_idc = r.ReadUe();  // chroma_format_idc
+  r.ReadUe();  // sps_seq_parameter_set_id
+  const uint32_t chroma_format_idc = r.ReadUe();
   record.chromaFormat = Low8(chroma_format_idc);
   if (chroma_format_idc == 3) {
     r.SkipBits(1);  // separate_colour_plane_flag
@@ -321,11 +319,9 @@ bool ParseSps(BitReader& r, HEVCDecoderConfigurationRecord& record) {
   }
   record.bitDepthLumaMinus8 = Low8(r.ReadUe());    // bit_depth_luma_minus8
   record.bitDepthChromaMinus8 = Low8(r.ReadUe());  // bit_depth_chroma_minus8
-  const uint32_t log2_max_pic_order_cnt_lsb_minus4 =
-      r.ReadUe();  // log2_max_pic_order_cnt_lsb_minus4
+  const uint32_t log2_max_pic_order_cnt_lsb_minus4 = r.ReadUe();
 
-  const bool sps_sub_layer_ordering_info_present_flag =
-      r.ReadBits(1) != 0;  // sps_sub_layer_ordering_info_present_flag
+  const bool sps_sub_layer_ordering_info_present_flag = r.ReadBits(1) != 0;
   for (uint32_t i = sps_sub_layer_ordering_info_present_flag ? 0 : sps_max_sub_layers_minus1;
        i <= sps_max_sub_layers_minus1; ++i) {
     r.ReadUe();  // sps_max_dec_pic_buffering_minus1[i]
@@ -355,7 +351,7 @@ bool ParseSps(BitReader& r, HEVCDecoderConfigurationRecord& record) {
     r.SkipBits(1);           // pcm_loop_filter_disabled_flag
   }
 
-  const uint32_t num_short_term_ref_pic_sets = r.ReadUe();  // num_short_term_ref_pic_sets
+  const uint32_t num_short_term_ref_pic_sets = r.ReadUe();
   if (!r.ok() || num_short_term_ref_pic_sets > kMaxShortTermRefPicSets) {
     return false;
   }
@@ -366,8 +362,8 @@ bool ParseSps(BitReader& r, HEVCDecoderConfigurationRecord& record) {
     }
   }
 
-  if (r.ReadBits(1) != 0) {                                  // long_term_ref_pics_present_flag
-    const uint32_t num_long_term_ref_pics_sps = r.ReadUe();  // num_long_term_ref_pics_sps
+  if (r.ReadBits(1) != 0) {  // long_term_ref_pics_present_flag
+    const uint32_t num_long_term_ref_pics_sps = r.ReadUe();
     if (num_long_term_ref_pics_sps > kMaxLongTermRefPicsSps) {
       return false;
     }
@@ -403,15 +399,14 @@ bool ParsePps(BitReader& r, HEVCDecoderConfigurationRecord& record) {
   if (r.ReadBits(1) != 0) {  // cu_qp_delta_enabled_flag
     r.ReadUe();              // diff_cu_qp_delta_depth
   }
-  r.ReadUe();                                          // pps_cb_qp_offset, se(v)
-  r.ReadUe();                                          // pps_cr_qp_offset, se(v)
-  r.SkipBits(1);                                       // pps_slice_chroma_qp_offsets_present_flag
-  r.SkipBits(1);                                       // weighted_pred_flag
-  r.SkipBits(1);                                       // weighted_bipred_flag
-  r.SkipBits(1);                                       // transquant_bypass_enabled_flag
-  const bool tiles_enabled_flag = r.ReadBits(1) != 0;  // tiles_enabled_flag
-  const bool entropy_coding_sync_enabled_flag =
-      r.ReadBits(1) != 0;  // entropy_coding_sync_enabled_flag
+  r.ReadUe();     // pps_cb_qp_offset, se(v)
+  r.ReadUe();     // pps_cr_qp_offset, se(v)
+  r.SkipBits(1);  // pps_slice_chroma_qp_offsets_present_flag
+  r.SkipBits(1);  // weighted_pred_flag
+  r.SkipBits(1);  // weighted_bipred_flag
+  r.SkipBits(1);  // transquant_bypass_enabled_flag
+  const bool tiles_enabled_flag = r.ReadBits(1) != 0;
+  const bool entropy_coding_sync_enabled_flag = r.ReadBits(1) != 0;
   if (!r.ok()) {
     return false;
   }
