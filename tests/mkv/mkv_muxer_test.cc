@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "src/ebml/element_ids.h"
-#include "src/platform/clock.h"
 #include "src/platform/utf16.h"
+#include "tests/mkv/muxer_file_util.h"
 #include "tests/support/matroska_file.h"
 
 namespace kx {
@@ -23,60 +23,24 @@ using test::MatroskaFile;
 using test::ReadMatroskaFile;
 namespace ids = MatroskaWriter::ids;
 
-constexpr int64_t kMs = 10000;  // ticks per millisecond
-
 class MkvMuxerTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    path_ = (std::filesystem::temp_directory_path() /
-             (std::string("kx_mkv_muxer_") +
-              ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".mkv"))
-                .string();
-    // 800 000 000 s after the Matroska epoch (in 2026): DateUTC needs all 8 bytes.
-    platform::PinCurrentUnixTime(978307200 + 800000000);
-  }
-  void TearDown() override {
-    platform::PinCurrentUnixTime(std::nullopt);
-    if (!HasFailure()) std::filesystem::remove(path_);
-  }
-
   static MediaFileParams Params(const char (&video)[5], const char (&audio)[5]) {
-    MediaFileParams params{};
-    std::memcpy(&params.containerFourcc, "MKV ", 4);
-    std::memcpy(&params.video.fourcc, video, 4);
-    params.video.width = 320;
-    params.video.height = 240;
-    params.video.frameRate = 25;
-    std::memcpy(&params.audio.fourcc, audio, 4);
-    params.audio.sampleRate = 48000;
-    params.audio.channels = 2;
-    params.audio.bitsPerSample = 16;
-    return params;
+    return test::MuxerParams(video, audio);
   }
 
   void Open(const MediaFileParams& params) {
-    ASSERT_EQ(muxer_.Init(platform::Utf8ToUtf16(path_).c_str(), params), 1);
+    ASSERT_EQ(muxer_.Init(dir_.WidePath(u"out.mkv").c_str(), params), 1);
   }
 
   int32_t Video(int64_t start_ms, bool key, int32_t duration_ms = 40) {
     Bytes data(10, static_cast<uint8_t>(start_ms));
-    MediaSample sample{};
-    sample.videoData = data.data();
-    sample.videoSize = 10;
-    sample.keyframe = key ? 1 : 0;
-    sample.start = start_ms * kMs;
-    sample.duration = duration_ms * static_cast<int32_t>(kMs);
-    return muxer_.WriteVideoSample(sample);
+    return muxer_.WriteVideoSample(test::VideoSample(data, start_ms, key, duration_ms));
   }
 
   int32_t Audio(int64_t start_ms, int32_t duration_ms = 32) {
     Bytes data(6, 0xA0);
-    MediaSample sample{};
-    sample.audioData = data.data();
-    sample.audioSize = 6;
-    sample.start = start_ms * kMs;
-    sample.duration = duration_ms * static_cast<int32_t>(kMs);
-    return muxer_.WriteAudioSample(sample, nullptr);
+    return muxer_.WriteAudioSample(test::AudioSample(data, start_ms, duration_ms), nullptr);
   }
 
   MatroskaFile CloseAndRead() {
@@ -84,7 +48,9 @@ class MkvMuxerTest : public ::testing::Test {
     return ReadMatroskaFile(path_);
   }
 
-  std::string path_;
+  test::PinnedTime time_;
+  test::TempDir dir_;
+  std::string path_ = (dir_.path() / "out.mkv").string();
   MKVMuxer muxer_;
 };
 
