@@ -52,6 +52,9 @@ int HevcNalType(const ByteView& unit);
 
 constexpr int kAvcSps = 7;
 constexpr int kAvcPps = 8;
+constexpr int kHevcVps = 32;
+constexpr int kHevcSps = 33;
+constexpr int kHevcPps = 34;
 
 // The framing and parameter sets found in an H.264 stream's extra data.
 struct AvcConfig {

@@ -449,11 +449,23 @@ void Remuxer::SendVideoParameterSets(Track* track, const uint8_t* data, size_t s
     if (track->input_length_size < 0) {
       track->input_length_size = config->length_size;
     }
-    if (config->annex_b.empty()) {
+    // Only VPS, SPS and PPS: the module builds its hvcC record in a fixed
+    // 1024-byte CodecPrivate and refuses anything longer, and encoders' SEI
+    // (x265 writes its whole option string) alone can exceed that.
+    std::vector<ByteView> sets;
+    for (const ByteView& unit : SplitAnnexB(config->annex_b.data(), config->annex_b.size())) {
+      const int type = HevcNalType(unit);
+      if (type >= kHevcVps && type <= kHevcPps) {
+        sets.push_back(unit);
+      }
+    }
+    if (sets.empty()) {
       return;
     }
-    row_.WriteVideoExtraData(handle, nullptr, 0, config->annex_b.data(),
-                             static_cast<int32_t>(config->annex_b.size()));
+    std::vector<uint8_t> annex_b;
+    AppendAnnexB(sets, &annex_b);
+    row_.WriteVideoExtraData(handle, nullptr, 0, annex_b.data(),
+                             static_cast<int32_t>(annex_b.size()));
     track->extradata_sent = true;
   } else if (track->codec == Codec::kMpeg1Video || track->codec == Codec::kMpeg2Video) {
     row_.WriteVideoExtraData(handle, nullptr, 0, data, static_cast<int32_t>(size));
@@ -496,7 +508,7 @@ void Remuxer::SendInBandParameterSets(Track* track, const std::vector<ByteView>&
     std::vector<ByteView> sets;
     for (const ByteView& unit : units) {
       const int type = HevcNalType(unit);
-      if (type >= 32 && type <= 34) {
+      if (type >= kHevcVps && type <= kHevcPps) {
         sets.push_back(unit);
       }
     }
