@@ -187,8 +187,10 @@ int Run(const std::vector<std::string>& args) {
     return Fail("cannot rename " + part + " to " + options.output + ": " + reason);
   }
   if (!options.quiet) {
+    std::string row_name = kxmux::FourccText(row->fourcc);
+    row_name.erase(row_name.find_last_not_of(' ') + 1);
     std::printf("kxmux: wrote %s (%s row of %s) in %.2f s\n%s", options.output.c_str(),
-                kxmux::FourccText(row->fourcc).c_str(), module->path().c_str(), seconds,
+                row_name.c_str(), module->path().c_str(), seconds,
                 kxmux::FormatSummary(*summary).c_str());
   }
   return 0;

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <sys/stat.h>
 
+#include <cstdlib>
 #include <vector>
 
 namespace kxmux {
@@ -36,7 +37,9 @@ std::optional<Module> Module::Load(const std::string& path, std::string* error) 
     *error = "GetFileFormats of " + path + " returned no catalogue";
     return std::nullopt;
   }
-  return Module(std::move(handle), table, path);
+  // Shown in kxmux's summary: the file actually loaded, without "../".
+  std::unique_ptr<char, decltype(&std::free)> resolved(realpath(name.c_str(), nullptr), &std::free);
+  return Module(std::move(handle), table, resolved ? std::string(resolved.get()) : path);
 }
 
 const FileFormat* Module::FindRow(uint32_t fourcc) const {
