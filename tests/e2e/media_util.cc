@@ -38,6 +38,18 @@ std::vector<NalUnit> AnnexBUnits(const std::vector<uint8_t>& s) {
   return units;
 }
 
+// Appends the frame [at, at + length) as the next sample of a stream whose
+// frames all last `frame_seconds`.
+void AppendFrame(std::vector<Sample>& samples, const std::vector<uint8_t>& stream, size_t at,
+                 size_t length, double frame_seconds) {
+  Sample sample;
+  sample.start = Ticks(static_cast<double>(samples.size()) * frame_seconds);
+  sample.duration = static_cast<int32_t>(Ticks(frame_seconds));
+  sample.data.assign(stream.begin() + static_cast<std::ptrdiff_t>(at),
+                     stream.begin() + static_cast<std::ptrdiff_t>(at + length));
+  samples.push_back(std::move(sample));
+}
+
 }  // namespace
 
 int RunCommand(const std::string& command, std::string* output) {
@@ -124,13 +136,8 @@ std::vector<Sample> SplitAdts(const std::vector<uint8_t>& stream, std::vector<ui
       const int asc = (object_type << 11) | (rate_index << 7) | (channels << 3);
       *config = {static_cast<uint8_t>(asc >> 8), static_cast<uint8_t>(asc)};
     }
-    const double frame_seconds = 1024.0 / kRates[std::min(rate_index, 12)];
-    Sample sample;
-    sample.start = Ticks(static_cast<double>(samples.size()) * frame_seconds);
-    sample.duration = static_cast<int32_t>(Ticks(frame_seconds));
-    sample.data.assign(stream.begin() + static_cast<std::ptrdiff_t>(i + header),
-                       stream.begin() + static_cast<std::ptrdiff_t>(i + length));
-    samples.push_back(std::move(sample));
+    AppendFrame(samples, stream, i + header, length - header,
+                1024.0 / kRates[std::min(rate_index, 12)]);
     i += length;
   }
   return samples;
@@ -155,13 +162,7 @@ std::vector<Sample> SplitMp3(const std::vector<uint8_t>& stream) {
     const size_t length =
         144 * kBitrates[bitrate_index] * 1000 / kRates[rate_index] + static_cast<size_t>(padding);
     if (i + length > stream.size()) break;
-    const double frame_seconds = 1152.0 / kRates[rate_index];
-    Sample sample;
-    sample.start = Ticks(static_cast<double>(samples.size()) * frame_seconds);
-    sample.duration = static_cast<int32_t>(Ticks(frame_seconds));
-    sample.data.assign(stream.begin() + static_cast<std::ptrdiff_t>(i),
-                       stream.begin() + static_cast<std::ptrdiff_t>(i + length));
-    samples.push_back(std::move(sample));
+    AppendFrame(samples, stream, i, length, 1152.0 / kRates[rate_index]);
     i += length;
   }
   return samples;
@@ -179,13 +180,7 @@ std::vector<Sample> SplitAc3(const std::vector<uint8_t>& stream) {
     if (fscod != 0 || frmsizecod / 2 >= 19) break;  // the tests use 48 kHz
     const size_t length = static_cast<size_t>(kWords48k[frmsizecod / 2]) * 2;
     if (i + length > stream.size()) break;
-    const double frame_seconds = 1536.0 / 48000;
-    Sample sample;
-    sample.start = Ticks(static_cast<double>(samples.size()) * frame_seconds);
-    sample.duration = static_cast<int32_t>(Ticks(frame_seconds));
-    sample.data.assign(stream.begin() + static_cast<std::ptrdiff_t>(i),
-                       stream.begin() + static_cast<std::ptrdiff_t>(i + length));
-    samples.push_back(std::move(sample));
+    AppendFrame(samples, stream, i, length, 1536.0 / 48000);
     i += length;
   }
   return samples;
