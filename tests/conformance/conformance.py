@@ -82,6 +82,8 @@ INPUTS: Dict[str, List[str]] = {
     + ['-c:a', 'pcm_s16le'],
     'vp8_vorbis.webm': AV + ['-c:v', 'libvpx', '-deadline', 'realtime', '-cpu-used', '8',
                              '-b:v', '300k'] + GOP + ['-c:a', 'libvorbis', '-q:a', '2'],
+    'vp9_vorbis.webm': AV + ['-c:v', 'libvpx-vp9', '-deadline', 'realtime', '-cpu-used', '8',
+                             '-b:v', '300k'] + GOP + ['-c:a', 'libvorbis', '-q:a', '2'],
     'vp9_opus.webm': AV + ['-c:v', 'libvpx-vp9', '-deadline', 'realtime', '-cpu-used', '8',
                            '-b:v', '300k'] + GOP + ['-c:a', 'libopus', '-b:a', '64k'],
     'vp9_aac.mkv': AV + ['-c:v', 'libvpx-vp9', '-deadline', 'realtime', '-cpu-used', '8',
@@ -448,6 +450,13 @@ MUX_CASES = [
     MuxCase('mka_any_dts', 'dts.mkv', ['--any-codec'], [audio('A_DTS')], ext='.mka'),
     # The WEBM row.
     MuxCase('webm_vp8_vorbis', 'vp8_vorbis.webm', [], [video('V_VP8'), audio('A_VORBIS')],
+            ext='.webm', needs=('WebmMuxer1',), simple_blocks=True),
+    MuxCase('webm_vp9_vorbis', 'vp9_vorbis.webm', [], [video('V_VP9'), audio('A_VORBIS')],
+            ext='.webm', needs=('WebmMuxer1',), simple_blocks=True),
+    # The WebM muxer stores H264 samples as they come (kxmux hands them
+    # length-prefixed) and takes AAC's configuration.
+    MuxCase('webm_any_h264_aac', 'h264_aac.mp4', ['--any-codec'],
+            [video(AVC, expect_length_prefixed), audio('A_AAC')],
             ext='.webm', needs=('WebmMuxer1',), simple_blocks=True),
 ]
 
