@@ -128,6 +128,8 @@ int32_t AddAudioFrames(MatroskaStream& track, const MediaSample& sample,
   int32_t total = 0;
   size_t offset = 0;
   const int64_t frame_duration = duration / count;
+  // The frame offsets are computed in 64 bits: the same results as 32 bits
+  // wherever those do not overflow, and no overflow for long groups.
   for (int32_t i = 0; i < count; ++i) {
     const int64_t frame_start = SaturatingAdd(sample.start, duration * i / count);
     total += track.AddFrame(data + offset, static_cast<int32_t>(sizes[i]), frame_start,

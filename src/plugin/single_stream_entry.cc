@@ -8,6 +8,7 @@
 #include <memory>
 #include <new>
 #include <numeric>
+#include <type_traits>
 
 #include "host/yr_log.h"
 #include "src/mkv/codec_ids.h"
@@ -27,6 +28,17 @@ AspectRatioRecord& PendingAspect() {
 
 SingleStreamMuxer* Muxer(void* handle) { return static_cast<SingleStreamMuxer*>(handle); }
 
+// No exception may cross into the host: running out of memory while queueing
+// or rewriting makes the call report failure (0) instead.
+template <typename Call, typename Result = std::invoke_result_t<Call>>
+Result Guarded(Call call) {
+  try {
+    return call();
+  } catch (const std::exception&) {
+    if constexpr (!std::is_void_v<Result>) return Result{};
+  }
+}
+
 }  // namespace
 
 void* CreateMediaFile(const char16_t* path, const MediaFileParams* params) {
@@ -43,7 +55,7 @@ void* CreateMediaFile(const char16_t* path, const MediaFileParams* params) {
     HostLogText(u"kx_mkv.dll: Not enough memory to create avi writer.");
     return nullptr;
   }
-  if (muxer->Init(path, *params) == 0) {
+  if (Guarded([&] { return muxer->Init(path, *params); }) == 0) {
     muxer.reset();
     HostLogFormat(u"kx_mkv.dll: Create media file[%s] failed", path);
     return nullptr;
@@ -53,30 +65,32 @@ void* CreateMediaFile(const char16_t* path, const MediaFileParams* params) {
 
 int32_t WriteAudioData(void* handle, const MediaSample* sample, const FrameSizeTable* frames) {
   if (handle == nullptr || sample == nullptr) return 0;
-  return Muxer(handle)->WriteAudioSample(*sample, frames);
+  return Guarded([&] { return Muxer(handle)->WriteAudioSample(*sample, frames); });
 }
 
 int32_t WriteVideoData(void* handle, const MediaSample* sample) {
   if (handle == nullptr || sample == nullptr) return 0;
-  return Muxer(handle)->WriteVideoSample(*sample);
+  return Guarded([&] { return Muxer(handle)->WriteVideoSample(*sample); });
 }
 
 int32_t CloseMediaFile(void* handle) {
   if (handle != nullptr) {
     const std::unique_ptr<SingleStreamMuxer> muxer(Muxer(handle));
-    muxer->Close();
+    Guarded([&] { muxer->Close(); });
   }
   PendingAspect() = AspectRatioRecord{};
   return 0;
 }
 
 void WriteAudioExtraData(void* handle, const uint8_t* data, int32_t size) {
-  if (handle != nullptr) Muxer(handle)->SetAudioExtraData(data, size);
+  if (handle == nullptr) return;
+  Guarded([&] { Muxer(handle)->SetAudioExtraData(data, size); });
 }
 
 void WriteVideoExtraData(void* handle, const uint8_t* second, int32_t secondSize,
                          const uint8_t* first, int32_t firstSize) {
-  if (handle != nullptr) Muxer(handle)->SetVideoExtraData(second, secondSize, first, firstSize);
+  if (handle == nullptr) return;
+  Guarded([&] { Muxer(handle)->SetVideoExtraData(second, secondSize, first, firstSize); });
 }
 
 void SetDisplayAspectRatio(const AspectRatioRecord* record) {
