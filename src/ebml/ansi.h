@@ -17,9 +17,9 @@ class CANSI : public CID {
 
   void Set(std::string_view text) { value_.assign(text); }
   void Clear() { value_.clear(); }
-  const std::string& value() const { return value_; }
+  [[nodiscard]] const std::string& value() const { return value_; }
 
-  Extent Measure() const override;
+  [[nodiscard]] Extent Measure() const override;
 
  protected:
   int32_t Emit(kx::IStream& stream, const Extent& extent) const override;

@@ -21,7 +21,7 @@ class CBinary : public CID {
   // CodecID values are stored this way and so carry a trailing zero.
   void SetText(std::string_view text);
   // The bytes up to the first zero byte (all of them when there is none).
-  std::string Text() const;
+  [[nodiscard]] std::string Text() const;
   // Replaces the bytes with a copy of `size` bytes at `data`. A null `data`
   // with a non-zero size has nothing to copy and empties the array instead of
   // reading through the null pointer.
@@ -33,11 +33,11 @@ class CBinary : public CID {
   void Clear();
 
   std::vector<uint8_t>& bytes() { return bytes_; }
-  const std::vector<uint8_t>& bytes() const { return bytes_; }
-  size_t length() const { return bytes_.size(); }
-  bool empty() const { return bytes_.empty(); }
+  [[nodiscard]] const std::vector<uint8_t>& bytes() const { return bytes_; }
+  [[nodiscard]] size_t length() const { return bytes_.size(); }
+  [[nodiscard]] bool empty() const { return bytes_.empty(); }
 
-  Extent Measure() const override;
+  [[nodiscard]] Extent Measure() const override;
 
  protected:
   int32_t Emit(kx::IStream& stream, const Extent& extent) const override;

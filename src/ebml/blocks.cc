@@ -1,5 +1,7 @@
 #include "src/ebml/blocks.h"
 
+#include <array>
+
 #include "src/ebml/chunk_writer.h"
 #include "src/ebml/length.h"
 
@@ -33,9 +35,10 @@ Extent CBlock::Measure() const {
 
 int32_t CBlock::Emit(kx::IStream& stream, const Extent& extent) const {
   ChunkWriter writer(stream);
-  uint8_t coded[kMaxHeaderBytes];
-  writer.Put(coded, EncodeHeader(extent.payload, coded));
-  writer.Put(coded, CLength::Encode(track_number, CLength::Width(track_number), coded));
+  std::array<uint8_t, kMaxHeaderBytes> coded{};
+  writer.Put(coded.data(), EncodeHeader(extent.payload, coded.data()));
+  writer.Put(coded.data(),
+             CLength::Encode(track_number, CLength::Width(track_number), coded.data()));
 
   const auto timecode = static_cast<uint16_t>(static_cast<uint64_t>(start));
   writer.Put(static_cast<uint8_t>(timecode >> 8));

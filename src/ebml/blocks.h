@@ -24,7 +24,7 @@ class CBlock : public CID {
 
   explicit CBlock(uint32_t id = ids::kBlock);
 
-  Extent Measure() const override;
+  [[nodiscard]] Extent Measure() const override;
 
   uint64_t track_number = 0;
   // Milliseconds; relative to the cluster once the block is in one. Only the
@@ -37,7 +37,7 @@ class CBlock : public CID {
  protected:
   int32_t Emit(kx::IStream& stream, const Extent& extent) const override;
   // Flag bits besides lacing.
-  virtual uint8_t KeyFlag() const { return 0; }
+  [[nodiscard]] virtual uint8_t KeyFlag() const { return 0; }
 };
 
 // Muxers give a SimpleBlock exactly one frame and set 0x80 for key frames.
@@ -48,7 +48,7 @@ class SimpleBlock : public CBlock {
   SimpleBlock();
 
  protected:
-  uint8_t KeyFlag() const override;
+  [[nodiscard]] uint8_t KeyFlag() const override;
 };
 
 }  // namespace MatroskaWriter

@@ -73,22 +73,22 @@ class ChildList {
     }
   }
 
-  size_t size() const { return children_.size(); }
-  bool empty() const { return children_.empty(); }
+  [[nodiscard]] size_t size() const { return children_.size(); }
+  [[nodiscard]] bool empty() const { return children_.empty(); }
   // On an empty list these throw std::out_of_range instead of reading past
   // the storage.
   T& front() { return *At(0); }
-  const T& front() const { return *At(0); }
+  [[nodiscard]] const T& front() const { return *At(0); }
   T& back() { return *At(children_.size() - 1); }
-  const T& back() const { return *At(children_.size() - 1); }
+  [[nodiscard]] const T& back() const { return *At(children_.size() - 1); }
 
   iterator begin() { return iterator(children_.begin()); }
   iterator end() { return iterator(children_.end()); }
-  const_iterator begin() const { return const_iterator(children_.begin()); }
-  const_iterator end() const { return const_iterator(children_.end()); }
+  [[nodiscard]] const_iterator begin() const { return const_iterator(children_.begin()); }
+  [[nodiscard]] const_iterator end() const { return const_iterator(children_.end()); }
 
   // Sum of the children's full sizes.
-  uint64_t Size() const {
+  [[nodiscard]] uint64_t Size() const {
     uint64_t total = 0;
     for (const auto& child : children_) {
       total += child->Size(true);
@@ -118,7 +118,7 @@ class ChildList {
   }
 
  private:
-  T* At(size_t index) const {
+  [[nodiscard]] T* At(size_t index) const {
     if (index >= children_.size()) {
       throw std::out_of_range("ChildList: no such child");
     }

@@ -1,5 +1,6 @@
 #include "src/ebml/cid.h"
 
+#include <array>
 #include <cassert>
 
 #include "src/ebml/chunk_writer.h"
@@ -38,7 +39,7 @@ int32_t CID::Write(kx::IStream& stream) const {
 
 uint64_t CID::HeaderSize(uint64_t payload_size) const {
   const int width = payload_size > kMaxKnownSize ? 8 : CLength::Width(payload_size);
-  return static_cast<uint64_t>(IdWidth(id_) + width);
+  return static_cast<uint64_t>(IdWidth(id_)) + static_cast<uint64_t>(width);
 }
 
 Extent CID::Measure() const {
@@ -71,9 +72,9 @@ size_t CID::EncodeId(uint32_t id, uint8_t* out) {
 }
 
 int32_t CID::Emit(kx::IStream& stream, const Extent& /*extent*/) const {
-  uint8_t buffer[4];
-  const size_t n = EncodeId(id_, buffer);
-  return stream.Write(buffer, static_cast<uint32_t>(n));
+  std::array<uint8_t, 4> buffer{};
+  const size_t n = EncodeId(id_, buffer.data());
+  return stream.Write(buffer.data(), static_cast<uint32_t>(n));
 }
 
 Extent CID::Standard(uint64_t payload) const {
@@ -90,15 +91,15 @@ size_t CID::EncodeHeader(uint64_t payload, uint8_t* out) const {
 }
 
 int32_t CID::WriteHeader(kx::IStream& stream, uint64_t payload) const {
-  uint8_t buffer[kMaxHeaderBytes];
-  const size_t n = EncodeHeader(payload, buffer);
-  return stream.Write(buffer, static_cast<uint32_t>(n));
+  std::array<uint8_t, kMaxHeaderBytes> buffer{};
+  const size_t n = EncodeHeader(payload, buffer.data());
+  return stream.Write(buffer.data(), static_cast<uint32_t>(n));
 }
 
 int32_t CID::WriteWithBytes(kx::IStream& stream, const uint8_t* data, uint64_t size) const {
-  uint8_t header[kMaxHeaderBytes];
+  std::array<uint8_t, kMaxHeaderBytes> header{};
   ChunkWriter writer(stream);
-  writer.Put(header, EncodeHeader(size, header));
+  writer.Put(header.data(), EncodeHeader(size, header.data()));
   writer.Put(data, size);
   return writer.Flush();
 }

@@ -34,8 +34,8 @@ struct Extent {
   // False when the element cannot be coded; Write then refuses it.
   bool codable = true;
 
-  uint64_t total() const { return header + payload; }
-  uint64_t written() const { return header_only ? header : total(); }
+  [[nodiscard]] uint64_t total() const { return header + payload; }
+  [[nodiscard]] uint64_t written() const { return header_only ? header : total(); }
 };
 
 class CID {
@@ -47,12 +47,12 @@ class CID {
   CID& operator=(CID&&) = default;
   virtual ~CID();
 
-  uint32_t id() const { return id_; }
+  [[nodiscard]] uint32_t id() const { return id_; }
   void set_id(uint32_t id) { id_ = id; }
 
   // Payload size, or the full size with ID and size field. An element that is
   // left out of the file (unset value, empty text) is 0 either way.
-  uint64_t Size(bool with_header) const;
+  [[nodiscard]] uint64_t Size(bool with_header) const;
 
   // Writes ID, size field and payload. Value elements return the stream's
   // result of their last write; masters, blocks and Void return 0; an element
@@ -61,11 +61,11 @@ class CID {
 
   // ID bytes plus the width of the size field for `payload_size`. A size with
   // no coding is counted with an 8-byte field (Write refuses it anyway).
-  uint64_t HeaderSize(uint64_t payload_size) const;
+  [[nodiscard]] uint64_t HeaderSize(uint64_t payload_size) const;
 
   // The element's layout. A bare CID is just its ID bytes (the payload of a
   // SeekID), with no size field.
-  virtual Extent Measure() const;
+  [[nodiscard]] virtual Extent Measure() const;
 
   // Bytes of an ID: up to and including its highest non-zero byte (0 for 0).
   static int IdWidth(uint32_t id);
@@ -79,7 +79,7 @@ class CID {
   virtual int32_t Emit(kx::IStream& stream, const Extent& extent) const;
 
   // The usual layout: ID, minimal size field, `payload` bytes.
-  Extent Standard(uint64_t payload) const;
+  [[nodiscard]] Extent Standard(uint64_t payload) const;
   // Codes ID and minimal size field for `payload` into `out` (at least
   // kMaxHeaderBytes); returns the number of bytes.
   size_t EncodeHeader(uint64_t payload, uint8_t* out) const;

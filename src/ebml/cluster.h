@@ -20,7 +20,7 @@ class Cluster : public Master {
  public:
   explicit Cluster(uint32_t id = ids::kCluster);
 
-  bool HasBlocks() const { return !block_groups.empty() || !simple_blocks.empty(); }
+  [[nodiscard]] bool HasBlocks() const { return !block_groups.empty() || !simple_blocks.empty(); }
   // Destroys the blocks of both lists and their frames.
   void ClearBlocks();
 

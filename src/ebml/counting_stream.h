@@ -21,7 +21,7 @@ class CountingStream final : public kx::IStream {
 
   // Bytes offered to Write, whether or not the inner stream took them all:
   // what is being checked is the element, not the file.
-  uint64_t count() const { return count_; }
+  [[nodiscard]] uint64_t count() const { return count_; }
 
  private:
   kx::IStream& inner_;

@@ -1,5 +1,7 @@
 #include "src/ebml/length.h"
 
+#include <array>
+
 namespace MatroskaWriter {
 
 CLength::CLength(uint64_t value) : CID(0), value(value) {}
@@ -39,9 +41,9 @@ size_t CLength::Encode(uint64_t v, int width, uint8_t* out) {
 }
 
 int32_t CLength::Emit(kx::IStream& stream, const Extent& extent) const {
-  uint8_t buffer[8];
-  const size_t n = Encode(value, static_cast<int>(extent.payload), buffer);
-  return stream.Write(buffer, static_cast<uint32_t>(n));
+  std::array<uint8_t, 8> buffer{};
+  const size_t n = Encode(value, static_cast<int>(extent.payload), buffer.data());
+  return stream.Write(buffer.data(), static_cast<uint32_t>(n));
 }
 
 }  // namespace MatroskaWriter

@@ -20,7 +20,7 @@ class CLength : public CID {
   // Size is the coded width whatever the argument; Write writes the coded
   // value only (no ID). A value of 2^56 or more has no coding: Size is 0 and
   // Write refuses it with kNotCodable.
-  Extent Measure() const override;
+  [[nodiscard]] Extent Measure() const override;
 
   // Smallest width from 1 to 8 whose all-ones pattern is not needed: known
   // sizes never use the all-ones value, which means "unknown". kUnknown itself

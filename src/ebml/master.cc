@@ -13,8 +13,8 @@ class SizeSum final : public ChildVisitor {
     return true;
   }
 
-  uint64_t total() const { return total_; }
-  bool codable() const { return codable_; }
+  [[nodiscard]] uint64_t total() const { return total_; }
+  [[nodiscard]] bool codable() const { return codable_; }
 
  private:
   void Add(const CID& child) {

@@ -34,7 +34,7 @@ class Master : public CID {
  public:
   using CID::CID;
 
-  Extent Measure() const override;
+  [[nodiscard]] Extent Measure() const override;
 
  protected:
   // Hands every child that is part of the element, in writing order, to

@@ -17,7 +17,7 @@ class CUInt : public CSimpleVar<uint64_t> {
   explicit CUInt(uint32_t id) : CSimpleVar(id) {}
 
  protected:
-  size_t ValueWidth() const override;
+  [[nodiscard]] size_t ValueWidth() const override;
   void EncodeValue(size_t width, uint8_t* out) const override;
 };
 
@@ -27,7 +27,7 @@ class CInt : public CSimpleVar<int64_t> {
   explicit CInt(uint32_t id) : CSimpleVar(id) {}
 
  protected:
-  size_t ValueWidth() const override;
+  [[nodiscard]] size_t ValueWidth() const override;
   void EncodeValue(size_t width, uint8_t* out) const override;
 };
 
@@ -38,7 +38,7 @@ class CFloat : public CSimpleVar<float> {
   explicit CFloat(uint32_t id) : CSimpleVar(id) {}
 
  protected:
-  size_t ValueWidth() const override;
+  [[nodiscard]] size_t ValueWidth() const override;
   void EncodeValue(size_t width, uint8_t* out) const override;
 };
 

@@ -1,5 +1,7 @@
 #include "src/ebml/segment.h"
 
+#include <array>
+
 #include "src/ebml/element_ids.h"
 #include "src/ebml/length.h"
 
@@ -18,17 +20,18 @@ uint64_t Segment::CodedSize() const {
 
 Extent Segment::Measure() const {
   Extent extent;
-  extent.header = static_cast<uint64_t>(IdWidth(id()) + kSizeFieldWidth);
+  extent.header = static_cast<uint64_t>(IdWidth(id())) + kSizeFieldWidth;
   extent.payload = CodedSize();
   extent.header_only = true;
   return extent;
 }
 
 int32_t Segment::Emit(kx::IStream& stream, const Extent& extent) const {
-  uint8_t buffer[kMaxHeaderBytes];
-  const size_t id_bytes = EncodeId(id(), buffer);
-  const size_t n = id_bytes + CLength::Encode(extent.payload, kSizeFieldWidth, buffer + id_bytes);
-  stream.Write(buffer, static_cast<uint32_t>(n));
+  std::array<uint8_t, kMaxHeaderBytes> buffer{};
+  const size_t id_bytes = EncodeId(id(), buffer.data());
+  const size_t n =
+      id_bytes + CLength::Encode(extent.payload, kSizeFieldWidth, buffer.data() + id_bytes);
+  stream.Write(buffer.data(), static_cast<uint32_t>(n));
   return kx::kOk;
 }
 

@@ -17,7 +17,7 @@ class Segment : public CID {
 
   // Size reports this payload size (the unknown-size value while it is 0)
   // plus the 12 header bytes with the header; Write emits only the header.
-  Extent Measure() const override;
+  [[nodiscard]] Extent Measure() const override;
 
   // Payload length of the segment; 0 means not yet known and is written as
   // the unknown size. A size of 2^56 - 1 or more cannot be coded as a known
@@ -29,7 +29,7 @@ class Segment : public CID {
   int32_t Emit(kx::IStream& stream, const Extent& extent) const override;
 
  private:
-  uint64_t CodedSize() const;
+  [[nodiscard]] uint64_t CodedSize() const;
 };
 
 }  // namespace MatroskaWriter

@@ -4,6 +4,7 @@
 #ifndef KX_EBML_SIMPLE_VAR_H_
 #define KX_EBML_SIMPLE_VAR_H_
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -20,27 +21,27 @@ class CSimpleVar : public CID {
     value_ = v;
     set_ = true;
   }
-  bool IsSet() const { return set_; }
-  T Value() const { return value_; }
+  [[nodiscard]] bool IsSet() const { return set_; }
+  [[nodiscard]] T Value() const { return value_; }
   void Clear() {
     value_ = T{};
     set_ = false;
   }
 
-  Extent Measure() const override { return set_ ? Standard(ValueWidth()) : Extent{}; }
+  [[nodiscard]] Extent Measure() const override { return set_ ? Standard(ValueWidth()) : Extent{}; }
 
  protected:
   // Bytes of the coded value (1 to 8).
-  virtual size_t ValueWidth() const = 0;
+  [[nodiscard]] virtual size_t ValueWidth() const = 0;
   // Codes the value big-endian in `width` bytes, as ValueWidth reported.
   virtual void EncodeValue(size_t width, uint8_t* out) const = 0;
 
   // ID, size field and value go to the stream in one write.
   int32_t Emit(kx::IStream& stream, const Extent& extent) const override {
-    uint8_t buffer[kMaxHeaderBytes + 8];
-    const size_t header = EncodeHeader(extent.payload, buffer);
-    EncodeValue(static_cast<size_t>(extent.payload), buffer + header);
-    return stream.Write(buffer, static_cast<uint32_t>(header + extent.payload));
+    std::array<uint8_t, kMaxHeaderBytes + 8> buffer{};
+    const size_t header = EncodeHeader(extent.payload, buffer.data());
+    EncodeValue(static_cast<size_t>(extent.payload), buffer.data() + header);
+    return stream.Write(buffer.data(), static_cast<uint32_t>(header + extent.payload));
   }
 
  private:

@@ -27,10 +27,10 @@ class TrackEntry : public Master {
   // selector and the whole Video and Audio subtrees; the copy owns its own
   // storage, so a temporary Tracks list can own copies while each track keeps
   // its entry.
-  TrackEntry(const TrackEntry&);
-  TrackEntry& operator=(const TrackEntry&);
-  TrackEntry(TrackEntry&&) noexcept;
-  TrackEntry& operator=(TrackEntry&&) noexcept;
+  TrackEntry(const TrackEntry& other);
+  TrackEntry& operator=(const TrackEntry& other);
+  TrackEntry(TrackEntry&& other) noexcept;
+  TrackEntry& operator=(TrackEntry&& other) noexcept;
   ~TrackEntry() override;
 
   CUInt track_number;

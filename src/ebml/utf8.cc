@@ -1,5 +1,7 @@
 #include "src/ebml/utf8.h"
 
+#include <array>
+
 #include "src/ebml/chunk_writer.h"
 #include "src/ebml/utf8_encoder.h"
 
@@ -18,9 +20,9 @@ Extent CUTF8::Measure() const {
 }
 
 int32_t CUTF8::Emit(kx::IStream& stream, const Extent& extent) const {
-  uint8_t header[kMaxHeaderBytes];
+  std::array<uint8_t, kMaxHeaderBytes> header{};
   ChunkWriter writer(stream);
-  writer.Put(header, EncodeHeader(extent.payload, header));
+  writer.Put(header.data(), EncodeHeader(extent.payload, header.data()));
   ForEachUtf8Sequence(
       value_, [&writer](const uint8_t* sequence, size_t count) { writer.Put(sequence, count); });
   return writer.Flush();

@@ -22,9 +22,9 @@ class CUTF8 : public CID {
 
   void Set(std::u16string_view text) { value_.assign(text); }
   void Clear() { value_.clear(); }
-  const std::u16string& value() const { return value_; }
+  [[nodiscard]] const std::u16string& value() const { return value_; }
 
-  Extent Measure() const override;
+  [[nodiscard]] Extent Measure() const override;
 
  protected:
   int32_t Emit(kx::IStream& stream, const Extent& extent) const override;

@@ -6,6 +6,7 @@
 #ifndef KX_EBML_UTF8_ENCODER_H_
 #define KX_EBML_UTF8_ENCODER_H_
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -18,7 +19,7 @@ size_t EncodeUtf8CodePoint(char32_t c, uint8_t* out);
 // Calls sink(const uint8_t* bytes, size_t count) once per code point of `text`.
 template <typename Sink>
 void ForEachUtf8Sequence(std::u16string_view text, Sink&& sink) {
-  uint8_t sequence[4];
+  std::array<uint8_t, 4> sequence{};
   for (size_t i = 0; i < text.size(); ++i) {
     char32_t c = text[i];
     if (c >= 0xD800 && c <= 0xDFFF) {
@@ -31,7 +32,7 @@ void ForEachUtf8Sequence(std::u16string_view text, Sink&& sink) {
         c = 0xFFFD;
       }
     }
-    sink(static_cast<const uint8_t*>(sequence), EncodeUtf8CodePoint(c, sequence));
+    sink(static_cast<const uint8_t*>(sequence.data()), EncodeUtf8CodePoint(c, sequence.data()));
   }
 }
 

@@ -25,17 +25,17 @@ int Void::FieldWidth() const {
 
 Extent Void::Measure() const {
   Extent extent;
-  extent.header = static_cast<uint64_t>(IdWidth(id()) + FieldWidth());
+  extent.header = static_cast<uint64_t>(IdWidth(id())) + static_cast<uint64_t>(FieldWidth());
   extent.payload = length_;
   extent.codable = length_ <= kMaxKnownSize;
   return extent;
 }
 
 int32_t Void::Emit(kx::IStream& stream, const Extent& extent) const {
-  uint8_t header[kMaxHeaderBytes];
-  const size_t id_bytes = EncodeId(id(), header);
-  const size_t n = id_bytes + CLength::Encode(length_, FieldWidth(), header + id_bytes);
-  stream.Write(header, static_cast<uint32_t>(n));
+  std::array<uint8_t, kMaxHeaderBytes> header{};
+  const size_t id_bytes = EncodeId(id(), header.data());
+  const size_t n = id_bytes + CLength::Encode(length_, FieldWidth(), header.data() + id_bytes);
+  stream.Write(header.data(), static_cast<uint32_t>(n));
 
   static constexpr std::array<uint8_t, kZeroPiece> kZeros{};
   for (uint64_t left = extent.payload; left != 0;) {

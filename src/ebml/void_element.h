@@ -20,19 +20,19 @@ class Void : public CID {
   // check it. A length of 2^56 - 1 or more has no coding and Write refuses it.
   explicit Void(uint64_t length = 0, int size_width = 0);
 
-  uint64_t length() const { return length_; }
+  [[nodiscard]] uint64_t length() const { return length_; }
   void set_length(uint64_t length) { length_ = length; }
-  int size_width() const { return size_width_; }
+  [[nodiscard]] int size_width() const { return size_width_; }
   void set_size_width(int size_width) { size_width_ = size_width; }
 
-  Extent Measure() const override;
+  [[nodiscard]] Extent Measure() const override;
 
  protected:
   // Zeros go out in pieces of at most 64 bytes.
   int32_t Emit(kx::IStream& stream, const Extent& extent) const override;
 
  private:
-  int FieldWidth() const;
+  [[nodiscard]] int FieldWidth() const;
 
   uint64_t length_;
   int size_width_;

@@ -17,8 +17,8 @@ TEST(AudioTest, WritesChildrenInTheirFixedOrder) {
   EXPECT_EQ(Written(audio), Hex("E1 86 B5 84 47 3B 80 00"));
 
   audio.bit_depth.Set(16);
-  const uint8_t positions[] = {0xAB};
-  audio.channel_positions.Assign(positions, 1);
+  const Bytes positions = Hex("AB");
+  audio.channel_positions.Assign(positions.data(), positions.size());
   audio.channels.Set(2);
   audio.output_sampling_frequency.Set(96000.0F);
   EXPECT_EQ(Written(audio), Hex("E1 98 B5 84 47 3B 80 00 78 B5 84 47 BB 80 00"

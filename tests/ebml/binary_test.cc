@@ -26,17 +26,17 @@ TEST(CBinaryTest, TextCarriesOneTrailingZero) {
 
 TEST(CBinaryTest, TextStopsAtTheFirstZero) {
   CBinary element(MatroskaWriter::ids::kCodecPrivate);
-  const uint8_t data[] = {'a', 'b', 0, 'c'};
-  element.Assign(data, sizeof(data));
+  const Bytes data = Hex("61 62 00 63");
+  element.Assign(data.data(), data.size());
   EXPECT_EQ(element.Text(), "ab");
-  element.Assign(data, 2);
+  element.Assign(data.data(), 2);
   EXPECT_EQ(element.Text(), "ab");
 }
 
 TEST(CBinaryTest, AssignResizeAndClear) {
   CBinary element(MatroskaWriter::ids::kCodecPrivate);
-  const uint8_t data[] = {1, 2, 3};
-  element.Assign(data, sizeof(data));
+  const Bytes data = Hex("01 02 03");
+  element.Assign(data.data(), data.size());
   EXPECT_EQ(Written(element), Hex("63 A2 83 01 02 03"));
 
   element.Resize(5);

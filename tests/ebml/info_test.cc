@@ -22,10 +22,10 @@ TEST(InfoTest, WritesChildrenInTheirFixedOrder) {
   info.next_filename.Set(u"n");
   info.prev_filename.Set(u"p");
   info.segment_filename.Set(u"s");
-  const uint8_t uid[] = {0xAA};
-  info.next_uid.Assign(uid, 1);
-  info.prev_uid.Assign(uid, 1);
-  info.segment_uid.Assign(uid, 1);
+  const Bytes uid = Hex("AA");
+  info.next_uid.Assign(uid.data(), 1);
+  info.prev_uid.Assign(uid.data(), 1);
+  info.segment_uid.Assign(uid.data(), 1);
   EXPECT_EQ(Written(info), Hex("15 49 A9 66 BA"
                                "73 A4 81 AA 3C B9 23 81 AA 3E B9 23 81 AA"
                                "73 84 81 73 3C 83 AB 81 70 3E 83 BB 81 6E"

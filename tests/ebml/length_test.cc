@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "tests/ebml/element_test_util.h"
 #include "tests/support/memory_stream.h"
@@ -13,9 +16,9 @@ namespace {
 using MatroskaWriter::CLength;
 
 Bytes Encoded(uint64_t v, int width) {
-  uint8_t out[8] = {};
-  const size_t n = CLength::Encode(v, width, out);
-  return {out, out + n};
+  std::array<uint8_t, 8> out{};
+  const size_t n = CLength::Encode(v, width, out.data());
+  return {out.begin(), out.begin() + static_cast<std::ptrdiff_t>(n)};
 }
 
 TEST(CLengthTest, WidthAvoidsTheAllOnesPatternOfEachWidth) {
@@ -23,7 +26,7 @@ TEST(CLengthTest, WidthAvoidsTheAllOnesPatternOfEachWidth) {
     uint64_t value;
     int width;
   };
-  const Case cases[] = {
+  const std::vector<Case> cases = {
       {0, 1},
       {126, 1},
       {127, 2},

@@ -54,8 +54,8 @@ TEST(VideoTest, ProjectionChildrenOrder) {
   projection.projection_pose_roll.Set(0.0F);
   projection.projection_pose_pitch.Set(0.0F);
   projection.projection_pose_yaw.Set(0.0F);
-  const uint8_t data[] = {0xAB, 0xCD};
-  projection.projection_private.Assign(data, sizeof(data));
+  const Bytes data = Hex("AB CD");
+  projection.projection_private.Assign(data.data(), data.size());
   projection.projection_type.Set(2);
   EXPECT_EQ(Written(projection), Hex("76 70 9E 76 71 81 02 76 72 82 AB CD"
                                      "76 73 84 00 00 00 00 76 74 84 00 00 00 00"
