@@ -36,7 +36,8 @@ class ChunkWriter {
   static constexpr size_t kCapacity = 256;
 
   kx::IStream& stream_;
-  std::array<uint8_t, kCapacity> buffer_{};
+  // Left uninitialised: only bytes already put are ever written out.
+  std::array<uint8_t, kCapacity> buffer_;
   size_t used_ = 0;
   int32_t result_ = kx::kOk;
 };

@@ -51,5 +51,27 @@ TEST(CIDTest, HeaderSizeAddsIdBytesAndSizeFieldWidth) {
   EXPECT_EQ(cluster.HeaderSize(~uint64_t{0}), 12U);
 }
 
+#ifndef NDEBUG
+// An element whose Emit writes one byte more than its Measure promised: the
+// size field before it would then be wrong, so debug builds stop right there.
+class Overlong : public CID {
+ public:
+  Overlong() : CID(0x81) {}
+  [[nodiscard]] MatroskaWriter::Extent Measure() const override { return Standard(1); }
+
+ protected:
+  int32_t Emit(kx::IStream& stream, const MatroskaWriter::Extent& /*extent*/) const override {
+    const Bytes bytes = Hex("81 81 00 00");
+    return stream.Write(bytes.data(), static_cast<uint32_t>(bytes.size()));
+  }
+};
+
+TEST(CIDDeathTest, DebugBuildsCatchAWriteThatDisagreesWithItsSize) {
+  const Overlong element;
+  MemoryStream stream;
+  EXPECT_DEATH(element.Write(stream), "element wrote a different size");
+}
+#endif
+
 }  // namespace
 }  // namespace kx::test

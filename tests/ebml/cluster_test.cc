@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "tests/ebml/element_test_util.h"
+#include "tests/support/memory_stream.h"
 
 namespace kx::test {
 namespace {
@@ -48,6 +49,22 @@ TEST(ClusterTest, BlockGroupsComeBeforeSimpleBlocks) {
   cluster.ClearBlocks();
   EXPECT_FALSE(cluster.HasBlocks());
   EXPECT_EQ(Written(cluster), Hex("1F 43 B6 75 8A E7 82 03 E8 A7 81 00 AB 81 05"));
+}
+
+TEST(ClusterTest, ABlockWithoutCodingMakesTheWholeClusterRefuseToWrite) {
+  Cluster cluster;
+  cluster.timecode.Set(0);
+  cluster.simple_blocks.Append(Simple(0x01));
+  auto group = std::make_unique<BlockGroup>();
+  group->block.frames.assign(257, {0x00});  // more than lacing can count
+  cluster.block_groups.Append(std::move(group));
+
+  MemoryStream stream;
+  EXPECT_EQ(cluster.Write(stream), MatroskaWriter::kNotCodable);
+  EXPECT_TRUE(stream.bytes().empty());  // no size field that the content would contradict
+
+  cluster.block_groups.Clear();
+  EXPECT_EQ(cluster.Write(stream), 0);
 }
 
 }  // namespace
