@@ -1,7 +1,9 @@
 // Base of every element: an EBML ID plus the two operations every element
 // offers, Size and Write. Both are driven by one measuring function per class
 // (Measure), so the size a caller plans with and the size field Write codes can
-// never come from two different formulas.
+// never come from two different formulas. Size and Write themselves are not
+// virtual: classes shape their output through Measure and Emit, and Write is
+// the one place where debug builds check the bytes against the measure.
 #ifndef KX_EBML_CID_H_
 #define KX_EBML_CID_H_
 
