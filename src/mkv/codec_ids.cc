@@ -81,7 +81,9 @@ std::string_view WebmVideoCodecId(uint32_t fourcc) {
 
 std::string_view WebmAudioCodecId(uint32_t fourcc) {
   // WebM maps only "AAC " to A_AAC; "WAAC" takes the VFW fallback.
-  if (fourcc == FourCC("WAAC")) return kVfwAudioCodecId;
+  if (fourcc == FourCC("WAAC")) {
+    return kVfwAudioCodecId;
+  }
   return MatroskaAudioCodecId(fourcc);
 }
 

@@ -33,7 +33,9 @@ std::vector<uint8_t> BitmapInfoHeader(const VideoParams& video) {
   PutLe16(out, 1);                                    // biPlanes
   PutLe16(out, video.bitCount);                       // biBitCount
   PutLe32(out, video.fourcc);                         // biCompression
-  for (int i = 0; i < 5; ++i) PutLe32(out, 0);        // size, resolutions, colours
+  for (int i = 0; i < 5; ++i) {
+    PutLe32(out, 0);  // size, resolutions, colours
+  }
   return out;
 }
 
@@ -60,7 +62,9 @@ std::vector<uint8_t> AvcConfigurationRecord(const uint8_t* first, int32_t first_
   const bool has_sps = Given(first, first_size);
   const bool has_pps = Given(second, second_size);
   constexpr int32_t kMaxLength = std::numeric_limits<uint16_t>::max();
-  if ((has_sps && first_size > kMaxLength) || (has_pps && second_size > kMaxLength)) return {};
+  if ((has_sps && first_size > kMaxLength) || (has_pps && second_size > kMaxLength)) {
+    return {};
+  }
   std::vector<uint8_t> out = {0x01, 0x42, 0x00, 0x0D,
                               0xFF};  // version, baseline 1.3, 4-byte lengths
   if (has_sps) {
@@ -86,12 +90,16 @@ std::vector<uint8_t> AvcConfigurationRecord(const uint8_t* first, int32_t first_
 }
 
 std::optional<ByteRange> FindMpegSequenceHeader(const uint8_t* data, size_t size) {
-  if (data == nullptr || size < 4) return std::nullopt;
+  if (data == nullptr || size < 4) {
+    return std::nullopt;
+  }
   constexpr uint8_t kSequenceHeader = 0xB3;
   constexpr uint8_t kExtension = 0xB5;
   std::optional<size_t> start;
   for (size_t i = 0; i + 4 <= size; ++i) {
-    if (data[i] != 0 || data[i + 1] != 0 || data[i + 2] != 1) continue;
+    if (data[i] != 0 || data[i + 1] != 0 || data[i + 2] != 1) {
+      continue;
+    }
     const uint8_t code = data[i + 3];
     if (code == kSequenceHeader) {
       start = i;
@@ -99,7 +107,9 @@ std::optional<ByteRange> FindMpegSequenceHeader(const uint8_t* data, size_t size
       return ByteRange{*start, i - *start};
     }
   }
-  if (!start) return std::nullopt;
+  if (!start) {
+    return std::nullopt;
+  }
   return ByteRange{*start, size - *start};
 }
 

@@ -2,6 +2,7 @@
 // Tracks element and the in-place updates of codec private data.
 #include <cstring>
 #include <string>
+#include <string_view>
 
 #include "src/ebml/element_ids.h"
 #include "src/ebml/segment.h"
@@ -22,7 +23,7 @@ namespace ids = MatroskaWriter::ids;
 constexpr uint64_t kReservedPayload = 4096;
 constexpr int64_t kReservedSize = 4099;
 
-constexpr char16_t kMuxerName[] = u"Tarnwhistle Matroska Muxer";
+constexpr std::u16string_view kMuxerName = u"Tarnwhistle Matroska Muxer";
 // Matroska dates count from 2001-01-01T00:00:00 UTC.
 constexpr int64_t kMatroskaEpochUnixSeconds = 978307200;
 
@@ -38,23 +39,35 @@ MatroskaFileWriter::MatroskaFileWriter(int64_t cluster_span_ms)
 MatroskaFileWriter::~MatroskaFileWriter() = default;
 
 int32_t MatroskaFileWriter::Read(void* buffer, uint32_t size, uint32_t* done) {
-  if (!file_) return kNoFileObject;
+  if (!file_) {
+    return kNoFileObject;
+  }
   const uint32_t count = file_->Read(buffer, size);
-  if (done != nullptr) *done = count;
+  if (done != nullptr) {
+    *done = count;
+  }
   return kOk;
 }
 
 int32_t MatroskaFileWriter::Write(const void* buffer, uint32_t size, uint32_t* done) {
-  if (!file_) return kNoFileObject;
+  if (!file_) {
+    return kNoFileObject;
+  }
   const uint32_t count = file_->Write(buffer, size);
-  if (done != nullptr) *done = count;
+  if (done != nullptr) {
+    *done = count;
+  }
   return kOk;
 }
 
 int32_t MatroskaFileWriter::SeekTo(int64_t offset, uint32_t origin, uint64_t* result) {
-  if (!file_) return kNoFileObject;
+  if (!file_) {
+    return kNoFileObject;
+  }
   const int64_t status = file_->SeekTo(offset, origin);
-  if (result != nullptr) *result = static_cast<uint64_t>(status);
+  if (result != nullptr) {
+    *result = static_cast<uint64_t>(status);
+  }
   return kOk;
 }
 
@@ -83,7 +96,7 @@ void MatroskaFileWriter::ResetFileState() {
 }
 
 void MatroskaFileWriter::AppendSeek(MatroskaWriter::Seek& seek_head, uint32_t id,
-                                    int64_t position) {
+                                    int64_t position) const {
   auto seek = std::make_unique<MatroskaWriter::SeekHead>();
   seek->seek_id.target.set_id(id);
   seek->seek_position.Set(static_cast<uint64_t>(position - segment_data_pos_));
@@ -145,8 +158,12 @@ bool MatroskaFileWriter::StoreCodecPrivate(MatroskaStream& stream, const uint8_t
     return true;
   }
   // Tracks is on disk: the value must fit the bytes written there.
-  if (size > codec_private.length()) return false;
-  if (size != 0) std::memcpy(codec_private.bytes().data(), data, size);
+  if (size > codec_private.length()) {
+    return false;
+  }
+  if (size != 0) {
+    std::memcpy(codec_private.bytes().data(), data, size);
+  }
   RewriteTracks();
   return true;
 }
@@ -156,13 +173,17 @@ void MatroskaFileWriter::StoreVideoConfiguration(MatroskaStream& stream, const u
                                                  int32_t first_size) {
   const std::string codec_id = stream.entry().codec_id.Text();
   if (codec_id == "V_MPEG1" || codec_id == "V_MPEG2") {
-    if (first == nullptr || first_size < 1) return;
+    if (first == nullptr || first_size < 1) {
+      return;
+    }
     if (auto header = FindMpegSequenceHeader(first, static_cast<size_t>(first_size))) {
       StoreCodecPrivate(stream, first + header->offset, header->length);
     }
   } else if (codec_id.rfind("V_MPEG4/ISO/AVC", 0) == 0) {
     const auto record = AvcConfigurationRecord(first, first_size, second, second_size);
-    if (!record.empty()) StoreCodecPrivate(stream, record.data(), record.size());
+    if (!record.empty()) {
+      StoreCodecPrivate(stream, record.data(), record.size());
+    }
   }
 }
 

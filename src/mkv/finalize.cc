@@ -22,7 +22,9 @@ constexpr int64_t kDurationTolerance = 10000000;
 }  // namespace
 
 void MatroskaFileWriter::Close() {
-  if (!file_) return;
+  if (!file_) {
+    return;
+  }
   for (const auto& track : tracks_) {
     if (!track->queue().empty()) {
       FlushQueues();
@@ -39,8 +41,12 @@ void MatroskaFileWriter::Close() {
 
 void MatroskaFileWriter::FixDuration() {
   int64_t latest = 0;
-  for (const auto& track : tracks_) latest = std::max(latest, track->written_time());
-  if (latest < 1) return;
+  for (const auto& track : tracks_) {
+    latest = std::max(latest, track->written_time());
+  }
+  if (latest < 1) {
+    return;
+  }
   SeekTo(info_pos_, kSeekBegin, nullptr);
   info_.duration.Set(static_cast<float>(static_cast<float>(ClosingDuration()) / 10000.0));
   info_.Write(*this);
@@ -48,7 +54,9 @@ void MatroskaFileWriter::FixDuration() {
 
 void MatroskaFileWriter::Finalize() {
   SeekTo(0, kSeekEnd, nullptr);
-  if (cluster_.HasBlocks()) WriteCluster();
+  if (cluster_.HasBlocks()) {
+    WriteCluster();
+  }
   if (!cues_.points.empty()) {
     AppendSeek(main_seek_head_, ids::kCues, Tell());
     cues_.Write(*this);
@@ -65,7 +73,8 @@ void MatroskaFileWriter::Finalize() {
 
   const auto duration_ms = static_cast<int64_t>(info_.duration.Value());
   if (std::llabs(last_written_time_ - ToTicks(duration_ms)) > kDurationTolerance) {
-    info_.duration.Set(static_cast<float>(last_written_time_ / kTicksPerMillisecond + 1));
+    const int64_t last_start_ms = last_written_time_ / kTicksPerMillisecond;  // truncated
+    info_.duration.Set(static_cast<float>(last_start_ms + 1));
   }
   SeekTo(info_pos_, kSeekBegin, nullptr);
   info_.Write(*this);
@@ -85,7 +94,9 @@ void MatroskaFileWriter::Finalize() {
   // bytes for the smallest n with remaining <= 2^(7(n+1)) - 2, and
   // remaining - 2 - n zero bytes.
   int n = 0;
-  while (remaining > (int64_t{1} << (7 * (n + 1))) - 2) ++n;
+  while (remaining > (int64_t{1} << (7 * (n + 1))) - 2) {
+    ++n;
+  }
   MatroskaWriter::Void filler(static_cast<uint64_t>(remaining - 2 - n), n + 1);
   filler.Write(*this);
 }

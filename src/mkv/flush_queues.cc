@@ -19,7 +19,9 @@ constexpr int64_t kCueSpacingMs = 1000;
 }  // namespace
 
 int64_t MatroskaFileWriter::FlushQueues() {
-  if (!file_) return 0;
+  if (!file_) {
+    return 0;
+  }
   const int64_t begin = Tell();
   if (!header_written_) {
     WriteHeader();
@@ -42,7 +44,9 @@ int64_t MatroskaFileWriter::FlushQueues() {
 MatroskaStream* MatroskaFileWriter::EarliestTrack() {
   MatroskaStream* earliest = nullptr;
   for (const auto& track : tracks_) {
-    if (track->queue().empty()) continue;
+    if (track->queue().empty()) {
+      continue;
+    }
     if (earliest == nullptr ||
         track->queue().front().block().start < earliest->queue().front().block().start) {
       earliest = track.get();
@@ -62,12 +66,16 @@ void MatroskaFileWriter::TakeIntoCluster(MatroskaStream& track) {
   block.start -= base_time_;
   block.end -= base_time_;
   track.set_written_time(ToTicks(block.start));
-  if (block.start < kMinRelativeTime) return;  // too early for any Cluster
+  if (block.start < kMinRelativeTime) {
+    return;  // too early for any Cluster
+  }
 
   // Close Clusters until the block falls inside the current one's span; a
   // span that received no block is skipped without writing anything.
   while (static_cast<int64_t>(cluster_.timecode.Value()) + cluster_span_ms_ < block.start) {
-    if (cluster_.HasBlocks()) WriteCluster();
+    if (cluster_.HasBlocks()) {
+      WriteCluster();
+    }
     cluster_.timecode.Set(cluster_.timecode.Value() + cluster_span_ms_);
     cluster_.ClearBlocks();
     cue_block_counter_ = 0;
@@ -75,14 +83,20 @@ void MatroskaFileWriter::TakeIntoCluster(MatroskaStream& track) {
   // A late block far behind the open Cluster cannot be coded in 16 bits; it
   // is dropped like a block earlier than the first.
   const int64_t relative = block.start - static_cast<int64_t>(cluster_.timecode.Value());
-  if (relative < kMinRelativeTime) return;
+  if (relative < kMinRelativeTime) {
+    return;
+  }
 
-  if (block.track_number == cue_track_) ++cue_block_counter_;
+  if (block.track_number == cue_track_) {
+    ++cue_block_counter_;
+  }
   if (queued.reference() == 0 && block.track_number == cue_track_ && block.keyframe != 0) {
     AddCuePoint(block);
   }
-  const float end = static_cast<float>(block.end);
-  if (!info_.duration.IsSet() || info_.duration.Value() < end) info_.duration.Set(end);
+  const auto end = static_cast<float>(block.end);
+  if (!info_.duration.IsSet() || info_.duration.Value() < end) {
+    info_.duration.Set(end);
+  }
   last_written_time_ = ToTicks(block.start);
 
   block.start = relative;
@@ -92,13 +106,17 @@ void MatroskaFileWriter::TakeIntoCluster(MatroskaStream& track) {
 void MatroskaFileWriter::AddCuePoint(const MatroskaWriter::CBlock& block) {
   // The open Cluster will be written at the current end of the file.
   const int64_t position = Tell() - segment_data_pos_;
-  if (position == last_cue_pos_ && last_cue_time_ + kCueSpacingMs >= block.start) return;
+  if (position == last_cue_pos_ && last_cue_time_ + kCueSpacingMs >= block.start) {
+    return;
+  }
   auto point = std::make_unique<MatroskaWriter::CuePoint>();
   point->cue_time.Set(static_cast<uint64_t>(block.start));
   auto track_position = std::make_unique<MatroskaWriter::CueTrackPosition>();
   track_position->cue_track.Set(block.track_number);
   track_position->cue_cluster_position.Set(static_cast<uint64_t>(position));
-  if (cluster_.HasBlocks()) track_position->cue_block_number.Set(cue_block_counter_);
+  if (cluster_.HasBlocks()) {
+    track_position->cue_block_number.Set(cue_block_counter_);
+  }
   point->positions.Append(std::move(track_position));
   cues_.points.Append(std::move(point));
   last_cue_pos_ = position;

@@ -50,7 +50,7 @@ class MatroskaFileWriter : public IStream {
   // number of bytes the file grew by.
   int64_t FlushQueues();
 
-  bool has_file() const { return file_ != nullptr; }
+  [[nodiscard]] bool has_file() const { return file_ != nullptr; }
 
  protected:
   // `cluster_span_ms`: the cluster grid (300 for Matroska, 1000 for WebM).
@@ -60,9 +60,9 @@ class MatroskaFileWriter : public IStream {
   virtual void FillEbmlHeader(MatroskaWriter::EBML& header) const = 0;
   // The TrackNumber whose key frames get cue points; chosen when Tracks is
   // first written.
-  virtual uint64_t ChooseCueTrack() const = 0;
+  [[nodiscard]] virtual uint64_t ChooseCueTrack() const = 0;
   // The Duration written at close before the final check, in 100-ns units.
-  virtual int64_t ClosingDuration() const = 0;
+  [[nodiscard]] virtual int64_t ClosingDuration() const = 0;
 
   // Closes what is open and opens `path` for writing; false on failure.
   bool OpenOutput(const char16_t* path);
@@ -81,9 +81,11 @@ class MatroskaFileWriter : public IStream {
   void RewriteTracks();
 
   std::vector<std::unique_ptr<MatroskaStream>>& tracks() { return tracks_; }
-  const std::vector<std::unique_ptr<MatroskaStream>>& tracks() const { return tracks_; }
-  bool tracks_written() const { return tracks_written_; }
-  int64_t Tell() const;
+  [[nodiscard]] const std::vector<std::unique_ptr<MatroskaStream>>& tracks() const {
+    return tracks_;
+  }
+  [[nodiscard]] bool tracks_written() const { return tracks_written_; }
+  [[nodiscard]] int64_t Tell() const;
 
   // The two "seen" flags gate flushing: blocks of one kind wait until the
   // other kind has produced a block (or is known to be absent).
@@ -99,7 +101,7 @@ class MatroskaFileWriter : public IStream {
   void WriteCluster();
   void FixDuration();
   void Finalize();
-  void AppendSeek(MatroskaWriter::Seek& seek_head, uint32_t id, int64_t position);
+  void AppendSeek(MatroskaWriter::Seek& seek_head, uint32_t id, int64_t position) const;
 
   const int64_t cluster_span_ms_;
   MatroskaWriter::Cluster cluster_;

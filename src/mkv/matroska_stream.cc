@@ -43,7 +43,9 @@ void MatroskaStream::BeginSetup(uint64_t track_number, uint64_t track_type) {
 
 int32_t MatroskaStream::AddFrame(const uint8_t* data, int32_t size, int64_t start, int64_t end,
                                  int32_t key, const uint8_t* additions, int32_t additions_size) {
-  if (size <= 0 || data == nullptr) return 0;
+  if (size <= 0 || data == nullptr) {
+    return 0;
+  }
   std::unique_ptr<BlockGroup> group;
   std::unique_ptr<SimpleBlock> simple;
   CBlock* block = nullptr;
@@ -80,7 +82,9 @@ int32_t MatroskaStream::AddFrame(const uint8_t* data, int32_t size, int64_t star
   }
   last_start_ = start;
   last_end_ = end;
-  if (entry_->codec_private.empty()) ReserveCodecPrivate(data, size);
+  if (entry_->codec_private.empty()) {
+    ReserveCodecPrivate(data, size);
+  }
   return size;
 }
 
@@ -101,20 +105,32 @@ void MatroskaStream::ReserveCodecPrivate(const uint8_t* data, int32_t size) {
         }
         return;
       }
-      if (starts_with("V_MPEG4/ISO/AVC") || starts_with("V_MPEGH/ISO/HEVC")) reservation = 1024;
+      if (starts_with("V_MPEG4/ISO/AVC") || starts_with("V_MPEGH/ISO/HEVC")) {
+        reservation = 1024;
+      }
       break;
     case kAudioTrackType:
-      if (codec_id == "A_AAC") reservation = 1024;
-      if (codec_id == "A_VORBIS") reservation = 10240;
+      if (codec_id == "A_AAC") {
+        reservation = 1024;
+      }
+      if (codec_id == "A_VORBIS") {
+        reservation = 10240;
+      }
       break;
     case kSubtitleTrackType:
-      if (codec_id == "S_TEXT/ASS") reservation = 1024;
-      if (codec_id == "S_TEXT/SSA") reservation = 10240;
+      if (codec_id == "S_TEXT/ASS") {
+        reservation = 1024;
+      }
+      if (codec_id == "S_TEXT/SSA") {
+        reservation = 10240;
+      }
       break;
     default:
       break;
   }
-  if (reservation != 0) entry_->codec_private.Resize(reservation);
+  if (reservation != 0) {
+    entry_->codec_private.Resize(reservation);
+  }
 }
 
 }  // namespace kx

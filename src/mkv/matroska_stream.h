@@ -32,18 +32,18 @@ class MatroskaStream {
                    const uint8_t* additions = nullptr, int32_t additions_size = 0);
 
   MatroskaWriter::TrackEntry& entry() { return *entry_; }
-  const MatroskaWriter::TrackEntry& entry() const { return *entry_; }
-  uint64_t track_number() const { return entry_->track_number.Value(); }
-  uint64_t track_type() const { return entry_->track_type.Value(); }
+  [[nodiscard]] const MatroskaWriter::TrackEntry& entry() const { return *entry_; }
+  [[nodiscard]] uint64_t track_number() const { return entry_->track_number.Value(); }
+  [[nodiscard]] uint64_t track_type() const { return entry_->track_type.Value(); }
 
   std::deque<QueuedBlock>& queue() { return queue_; }
-  const std::deque<QueuedBlock>& queue() const { return queue_; }
+  [[nodiscard]] const std::deque<QueuedBlock>& queue() const { return queue_; }
 
-  bool use_simple_block() const { return use_simple_block_; }
-  bool has_additions() const { return has_additions_; }
+  [[nodiscard]] bool use_simple_block() const { return use_simple_block_; }
+  [[nodiscard]] bool has_additions() const { return has_additions_; }
 
   // Start of the last block taken into a Cluster, 100-ns units.
-  int64_t written_time() const { return written_time_; }
+  [[nodiscard]] int64_t written_time() const { return written_time_; }
   void set_written_time(int64_t ticks) { written_time_ = ticks; }
 
  private:

@@ -27,7 +27,9 @@ int32_t MKVMuxer::Init(const char16_t* path, const MediaFileParams& params) {
   const uint32_t fourcc = params.video.fourcc;
   start_code_check_ = fourcc == FourCC("H264") || fourcc == FourCC("B264");
   conversion_buffer_.clear();
-  if (!OpenOutput(path)) return 0;
+  if (!OpenOutput(path)) {
+    return 0;
+  }
   video_params_ = params.video;
   pacing_.Configure(params);
 
@@ -73,7 +75,9 @@ void MKVMuxer::FillEbmlHeader(MatroskaWriter::EBML& header) const {
 // blocks are all key frames, and cueing each would only bloat the Cues.
 uint64_t MKVMuxer::ChooseCueTrack() const {
   for (const auto& track : tracks()) {
-    if (track->track_type() == kVideoTrackType) return track->track_number();
+    if (track->track_type() == kVideoTrackType) {
+      return track->track_number();
+    }
   }
   return 2;
 }
@@ -85,16 +89,22 @@ void MKVMuxer::FlushIfDue(bool video_written, const MatroskaStream& written, siz
     audio_seen_ = true;
   }
   const bool other_seen = video_written ? audio_seen_ : video_seen_;
-  if (other_seen && written.queue().size() >= threshold) FlushQueues();
+  if (other_seen && written.queue().size() >= threshold) {
+    FlushQueues();
+  }
 }
 
 int32_t MKVMuxer::WriteVideoSample(const MediaSample& sample) {
-  if (video_track_ == nullptr) return 0;
+  if (video_track_ == nullptr) {
+    return 0;
+  }
   uint8_t* data = sample.videoData;
   const int32_t size = sample.videoSize;
   if (first_video_sample_) {
     first_video_sample_ = false;
-    if (start_code_check_ && ContainsStartCode(data, size)) annex_b_input_ = true;
+    if (start_code_check_ && ContainsStartCode(data, size)) {
+      annex_b_input_ = true;
+    }
   }
   const int64_t end = FrameEnd(sample.start, sample.duration);
   int32_t result = 0;
@@ -106,29 +116,41 @@ int32_t MKVMuxer::WriteVideoSample(const MediaSample& sample) {
   } else {
     result = video_track_->AddFrame(data, size, sample.start, end, sample.keyframe);
   }
-  if (result > 0) FlushIfDue(true, *video_track_, kMatroskaFlushThreshold);
+  if (result > 0) {
+    FlushIfDue(true, *video_track_, kMatroskaFlushThreshold);
+  }
   pacing_.Step();
   return result;
 }
 
 int32_t MKVMuxer::WriteAudioSample(const MediaSample& sample, const FrameSizeTable* frames) {
   audio_duration_sum_ += sample.duration;
-  if (audio_track_ == nullptr) return 0;
+  if (audio_track_ == nullptr) {
+    return 0;
+  }
   const int32_t total = AddAudioFrames(*audio_track_, sample, frames, 1);
-  if (total >= 1) FlushIfDue(false, *audio_track_, kMatroskaFlushThreshold);
+  if (total >= 1) {
+    FlushIfDue(false, *audio_track_, kMatroskaFlushThreshold);
+  }
   return total;
 }
 
 void MKVMuxer::SetAudioExtraData(const uint8_t* data, int32_t size) {
-  if (audio_track_ == nullptr || data == nullptr || size < 1) return;
+  if (audio_track_ == nullptr || data == nullptr || size < 1) {
+    return;
+  }
   const std::string codec_id = audio_track_->entry().codec_id.Text();
-  if (codec_id != "A_AAC" && codec_id != "A_VORBIS" && codec_id != "A_OPUS") return;
+  if (codec_id != "A_AAC" && codec_id != "A_VORBIS" && codec_id != "A_OPUS") {
+    return;
+  }
   StoreCodecPrivate(*audio_track_, data, static_cast<size_t>(size));
 }
 
 void MKVMuxer::SetVideoExtraData(const uint8_t* second, int32_t second_size, const uint8_t* first,
                                  int32_t first_size) {
-  if (video_track_ == nullptr) return;
+  if (video_track_ == nullptr) {
+    return;
+  }
   StoreVideoConfiguration(*video_track_, second, second_size, first, first_size);
 }
 

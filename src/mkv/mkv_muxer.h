@@ -31,16 +31,16 @@ class MKVMuxer : public SingleStreamMuxer {
 
  protected:
   void FillEbmlHeader(MatroskaWriter::EBML& header) const override;
-  uint64_t ChooseCueTrack() const override;
-  int64_t ClosingDuration() const override { return audio_duration_sum_; }
+  [[nodiscard]] uint64_t ChooseCueTrack() const override;
+  [[nodiscard]] int64_t ClosingDuration() const override { return audio_duration_sum_; }
 
   // Runs the flush once the other kind has been seen and the written
   // track's queue holds `threshold` blocks or more.
   void FlushIfDue(bool video_written, const MatroskaStream& written, size_t threshold);
 
-  MatroskaStream* video_track() const { return video_track_; }
-  MatroskaStream* audio_track() const { return audio_track_; }
-  const VideoParams& video_params() const { return video_params_; }
+  [[nodiscard]] MatroskaStream* video_track() const { return video_track_; }
+  [[nodiscard]] MatroskaStream* audio_track() const { return audio_track_; }
+  [[nodiscard]] const VideoParams& video_params() const { return video_params_; }
 
  private:
   const DisplayAspect aspect_;

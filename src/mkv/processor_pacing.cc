@@ -28,17 +28,25 @@ void ProcessorPacing::Configure(const MediaFileParams& params) {
 }
 
 void ProcessorPacing::Step() {
-  if (!enabled_) return;
+  if (!enabled_) {
+    return;
+  }
   ++counter_;
-  if (processor_count_ > 2) return;  // three or more processors are never paced
+  if (processor_count_ > 2) {
+    return;  // three or more processors are never paced
+  }
   const uint32_t threshold = light_ ? 10 : 5;
   // Two increments per call: a measurement every 4th (or 6th) sample.
   const uint32_t count = counter_++;
-  if (count <= threshold) return;
+  if (count <= threshold) {
+    return;
+  }
   const int32_t usage = GetCpuUsage();
   counter_ = 0;
   platform::DebugOutput(UsageLine(processor_count_, usage));
-  if (usage <= kBusyPercent) return;
+  if (usage <= kBusyPercent) {
+    return;
+  }
   const int64_t pause = static_cast<int64_t>(usage - kBusyPercent) * 10;
   const int64_t t0 = platform::ClockMilliseconds();
   if (light_) {
@@ -52,7 +60,9 @@ void ProcessorPacing::Step() {
 
 int32_t ProcessorPacing::GetCpuUsage() {
   platform::SystemTimes times;
-  if (!platform::ReadSystemTimes(&times)) return -1;
+  if (!platform::ReadSystemTimes(&times)) {
+    return -1;
+  }
   const auto idle = static_cast<double>(times.idle);
   const auto kernel = static_cast<double>(times.kernel);
   const auto user = static_cast<double>(times.user);
@@ -63,7 +73,9 @@ int32_t ProcessorPacing::GetCpuUsage() {
   previous_kernel_ = kernel;
   previous_user_ = user;
   const double busy = d_kernel + d_user;
-  if (busy <= 0) return 0;  // no time has passed: nothing was busy
+  if (busy <= 0) {
+    return 0;  // no time has passed: nothing was busy
+  }
   return static_cast<int32_t>(100.0 - d_idle / busy * 100.0);
 }
 

@@ -18,10 +18,10 @@ class QueuedBlock {
 
   // The block proper, with track number, times, frame and keyframe flag.
   MatroskaWriter::CBlock& block();
-  const MatroskaWriter::CBlock& block() const;
+  [[nodiscard]] const MatroskaWriter::CBlock& block() const;
 
   // The ReferenceBlock value; 0 when absent (and always for a SimpleBlock).
-  int64_t reference() const;
+  [[nodiscard]] int64_t reference() const;
 
   // Hands the block to the cluster's list of its kind.
   void MoveInto(MatroskaWriter::Cluster& cluster) &&;

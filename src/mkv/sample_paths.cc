@@ -15,7 +15,9 @@ bool IsThreeByteStartCode(const uint8_t* p) { return p[0] == 0 && p[1] == 0 && p
 // First 00 00 00 01 at or after `from` whose four bytes lie in the data.
 int32_t FindFourByteStartCode(const uint8_t* data, int32_t from, int32_t size) {
   for (int32_t i = from; i + 4 <= size; ++i) {
-    if (IsFourByteStartCode(data + i)) return i;
+    if (IsFourByteStartCode(data + i)) {
+      return i;
+    }
   }
   return -1;
 }
@@ -28,8 +30,12 @@ struct StartCode {
 // First start code of either length beginning before the last four bytes.
 StartCode FindStartCode(const uint8_t* data, int32_t from, int32_t size) {
   for (int32_t i = from; i < size - 4; ++i) {
-    if (IsFourByteStartCode(data + i)) return {i, 4};
-    if (IsThreeByteStartCode(data + i)) return {i, 3};
+    if (IsFourByteStartCode(data + i)) {
+      return {i, 4};
+    }
+    if (IsThreeByteStartCode(data + i)) {
+      return {i, 3};
+    }
   }
   return {};
 }
@@ -52,7 +58,9 @@ bool ContainsStartCode(const uint8_t* data, int32_t size) {
 
 int32_t AddNalUnitSlices(MatroskaStream& track, uint8_t* data, int32_t size, int64_t start,
                          int64_t end) {
-  if (data == nullptr || size <= 0) return 0;
+  if (data == nullptr || size <= 0) {
+    return 0;
+  }
   int32_t total = 0;
   int32_t p = 0;
   while (p < size) {
@@ -84,7 +92,9 @@ int32_t AddNalUnitSlices(MatroskaStream& track, uint8_t* data, int32_t size, int
 int32_t AddAnnexBAsLengthPrefixed(MatroskaStream& track, const uint8_t* data, int32_t size,
                                   int64_t start, int64_t end, int32_t key,
                                   std::vector<uint8_t>& buffer) {
-  if (data == nullptr || size <= 0) return 0;
+  if (data == nullptr || size <= 0) {
+    return 0;
+  }
   // Slices, SPS, PPS and access unit delimiters: types 1, 5, 7, 8, 9.
   constexpr uint32_t kKeptTypes = 0x3A2;
   buffer.clear();
@@ -92,7 +102,9 @@ int32_t AddAnnexBAsLengthPrefixed(MatroskaStream& track, const uint8_t* data, in
   while (position < size) {
     const StartCode code = FindStartCode(data, position, size);
     const int32_t payload = code.position < 0 ? position + 4 : code.position + code.length;
-    if (payload >= size) break;
+    if (payload >= size) {
+      break;
+    }
     const StartCode next = FindStartCode(data, payload, size);
     const int32_t payload_end = next.position < 0 ? size : next.position;
     const int32_t length = payload_end - payload;
@@ -104,7 +116,9 @@ int32_t AddAnnexBAsLengthPrefixed(MatroskaStream& track, const uint8_t* data, in
     }
     position = payload_end;
   }
-  if (buffer.empty()) return 0;
+  if (buffer.empty()) {
+    return 0;
+  }
   return track.AddFrame(buffer.data(), static_cast<int32_t>(buffer.size()), start, end, key);
 }
 
@@ -112,18 +126,24 @@ int32_t AddAudioFrames(MatroskaStream& track, const MediaSample& sample,
                        const FrameSizeTable* table, int32_t table_key) {
   const uint8_t* data = sample.audioData;
   const int32_t size = sample.audioSize;
-  if (data == nullptr || size <= 0) return 0;
+  if (data == nullptr || size <= 0) {
+    return 0;
+  }
   const int64_t duration = sample.duration;
   if (table == nullptr) {
     return track.AddFrame(data, size, sample.start, FrameEnd(sample.start, duration), 1);
   }
   const int32_t count = table->count;
-  if (count < 1) return 0;
+  if (count < 1) {
+    return 0;
+  }
   const uint32_t* sizes = FrameSizeTableSizes(table);
   uint64_t sum = 0;
   for (int32_t i = 0; i < count; ++i) {
     sum += sizes[i];
-    if (sum > static_cast<uint64_t>(size)) return 0;
+    if (sum > static_cast<uint64_t>(size)) {
+      return 0;
+    }
   }
   int32_t total = 0;
   size_t offset = 0;

@@ -71,11 +71,15 @@ int32_t SetupVideoTrack(MatroskaStream& stream, const VideoParams& video, uint32
     }
     entry.video.display_width.Set(static_cast<uint64_t>(display_width));
     entry.video.display_height.Set(static_cast<uint64_t>(display_height));
-    if (video.frameRate > 0) entry.video.frame_rate.Set(static_cast<float>(video.frameRate));
+    if (video.frameRate > 0) {
+      entry.video.frame_rate.Set(static_cast<float>(video.frameRate));
+    }
   }
   if (video.projection == 360) {
     entry.video.projection_switch = 1;
-    if (video.stereoMode <= 2) entry.video.stereo_mode.Set(video.stereoMode);
+    if (video.stereoMode <= 2) {
+      entry.video.stereo_mode.Set(video.stereoMode);
+    }
   }
   SetVideoCodec(entry, video, MatroskaVideoCodecId(video.fourcc));
   return 0;

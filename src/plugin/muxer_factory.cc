@@ -12,7 +12,9 @@ std::unique_ptr<SingleStreamMuxer> MakeSingleStreamMuxer(const MediaFileParams& 
   // The WebM muxer for the "WEBM" container plugs in here; until it exists
   // MKVMuxer writes those files too.
   try {
-    if (IsHevcFourCC(params.video.fourcc)) return std::make_unique<HevcMKVMuxer>(aspect);
+    if (IsHevcFourCC(params.video.fourcc)) {
+      return std::make_unique<HevcMKVMuxer>(aspect);
+    }
     return std::make_unique<MKVMuxer>(aspect);
   } catch (const std::bad_alloc&) {
     return nullptr;

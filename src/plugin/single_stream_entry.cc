@@ -35,14 +35,18 @@ Result Guarded(Call call) {
   try {
     return call();
   } catch (const std::exception&) {
-    if constexpr (!std::is_void_v<Result>) return Result{};
+    if constexpr (!std::is_void_v<Result>) {
+      return Result{};
+    }
   }
 }
 
 }  // namespace
 
 void* CreateMediaFile(const char16_t* path, const MediaFileParams* params) {
-  if (path == nullptr || params == nullptr) return nullptr;
+  if (path == nullptr || params == nullptr) {
+    return nullptr;
+  }
   if (FindFileFormat(params->containerFourcc) == nullptr) {
     const std::u16string text = FourCCText(params->containerFourcc);
     HostLogFormat(u"kx_mkv.dll: Can't find the file format[%s].", text.c_str());
@@ -64,12 +68,16 @@ void* CreateMediaFile(const char16_t* path, const MediaFileParams* params) {
 }
 
 int32_t WriteAudioData(void* handle, const MediaSample* sample, const FrameSizeTable* frames) {
-  if (handle == nullptr || sample == nullptr) return 0;
+  if (handle == nullptr || sample == nullptr) {
+    return 0;
+  }
   return Guarded([&] { return Muxer(handle)->WriteAudioSample(*sample, frames); });
 }
 
 int32_t WriteVideoData(void* handle, const MediaSample* sample) {
-  if (handle == nullptr || sample == nullptr) return 0;
+  if (handle == nullptr || sample == nullptr) {
+    return 0;
+  }
   return Guarded([&] { return Muxer(handle)->WriteVideoSample(*sample); });
 }
 
@@ -83,22 +91,30 @@ int32_t CloseMediaFile(void* handle) {
 }
 
 void WriteAudioExtraData(void* handle, const uint8_t* data, int32_t size) {
-  if (handle == nullptr) return;
+  if (handle == nullptr) {
+    return;
+  }
   Guarded([&] { Muxer(handle)->SetAudioExtraData(data, size); });
 }
 
 void WriteVideoExtraData(void* handle, const uint8_t* second, int32_t secondSize,
                          const uint8_t* first, int32_t firstSize) {
-  if (handle == nullptr) return;
+  if (handle == nullptr) {
+    return;
+  }
   Guarded([&] { Muxer(handle)->SetVideoExtraData(second, secondSize, first, firstSize); });
 }
 
 void SetDisplayAspectRatio(const AspectRatioRecord* record) {
   AspectRatioRecord& pending = PendingAspect();
   pending = AspectRatioRecord{};
-  if (record == nullptr) return;
+  if (record == nullptr) {
+    return;
+  }
   std::memcpy(&pending, record, sizeof pending);
-  if (pending.numerator == 0 || pending.denominator == 0) return;
+  if (pending.numerator == 0 || pending.denominator == 0) {
+    return;
+  }
   // Reduce by the greatest common divisor (Euclid on the signed values, the
   // remainder taking the dividend's sign). A pair whose quotient does not fit
   // 32 bits (-2^31 over a divisor of -1) is rejected.
