@@ -202,25 +202,22 @@ TEST_F(SingleStreamFileTest, I264SplitsSlicesAndPatchesLateExtraData) {
 
 TEST_F(SingleStreamFileTest, Mp3AndAc3Audio) {
   const auto stream = Load(TempPath("video.h264"));
-  {
+  const struct {
+    const char (&container)[5];
+    const char (&audio)[5];
+    const char* name;
+    std::vector<Sample> frames;
+  } cases[] = {{"MKV ", "MP3 ", "h264_mp3.mkv", SplitMp3(Load(TempPath("audio.mp3")))},
+               {"HMKV", "AC3 ", "h264_ac3.mkv", SplitAc3(Load(TempPath("audio.ac3")))}};
+  for (const auto& c : cases) {
     Feed feed;
     feed.video = SplitH264AccessUnits(stream, kFps);
     FindH264ParameterSets(stream, &feed.sps, &feed.pps);
-    feed.audio = SplitMp3(Load(TempPath("audio.mp3")));
-    ASSERT_GT(feed.audio.size(), 100U);
-    const auto params = VideoAudioParams("MKV ", "H264", 320, 240, kFps, "MP3 ", 48000, 1);
-    WriteAndValidate("MKV ", "h264_mp3.mkv", params, feed);
-    ExpectAudioPacketsMatch(Output("h264_mp3.mkv"), feed.audio);
-  }
-  {
-    Feed feed;
-    feed.video = SplitH264AccessUnits(stream, kFps);
-    FindH264ParameterSets(stream, &feed.sps, &feed.pps);
-    feed.audio = SplitAc3(Load(TempPath("audio.ac3")));
-    ASSERT_GT(feed.audio.size(), 50U);
-    const auto params = VideoAudioParams("HMKV", "H264", 320, 240, kFps, "AC3 ", 48000, 1);
-    WriteAndValidate("HMKV", "h264_ac3.mkv", params, feed);
-    ExpectAudioPacketsMatch(Output("h264_ac3.mkv"), feed.audio);
+    feed.audio = c.frames;
+    ASSERT_GT(feed.audio.size(), 50U) << c.name;
+    const auto params = VideoAudioParams(c.container, "H264", 320, 240, kFps, c.audio, 48000, 1);
+    WriteAndValidate(c.container, c.name, params, feed);
+    ExpectAudioPacketsMatch(Output(c.name), feed.audio);
   }
 }
 
