@@ -12,11 +12,12 @@ if ! command -v clang++ >/dev/null; then
   exit 1
 fi
 cmake -S "$root/fuzz" -B "$build" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build "$build" -j2 --target fuzz_hvcc fuzz_hevc_reframe
-for target in fuzz_hvcc fuzz_hevc_reframe; do
+targets=(fuzz_hvcc fuzz_hevc_reframe fuzz_single_stream)
+cmake --build "$build" -j2 --target "${targets[@]}"
+for target in "${targets[@]}"; do
   corpus=$build/corpus/$target
   mkdir -p "$corpus" "$build/artifacts/$target"
-  cp "$root/fuzz/corpus/$target/"* "$corpus/"
+  if [ -d "$root/fuzz/corpus/$target" ]; then cp "$root/fuzz/corpus/$target/"* "$corpus/"; fi
   echo "== $target for ${seconds}s"
   # The log stand-in's file writes are not wanted inside the loop.
   set +e

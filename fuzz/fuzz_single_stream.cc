@@ -1,0 +1,128 @@
+// Drives the whole module through the single-stream function table with
+// parameters, samples, frame tables and configuration data taken from the
+// fuzzer's bytes. The file goes to a virtual ".iso:" target, so every muxer
+// path runs without touching the disk.
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "include/kx_mkv/kx_mkv.h"
+
+namespace {
+
+// Reads the fuzzer's bytes front to back; past the end everything is 0.
+class Input {
+ public:
+  Input(const uint8_t* data, size_t size) : data_(data), size_(size) {}
+  bool empty() const { return position_ >= size_; }
+  uint8_t Byte() { return position_ < size_ ? data_[position_++] : 0; }
+  uint16_t Word() { return static_cast<uint16_t>(Byte() | Byte() << 8); }
+  std::vector<uint8_t> Bytes(size_t n) {
+    std::vector<uint8_t> bytes;
+    while (n-- > 0 && !empty()) bytes.push_back(data_[position_++]);
+    return bytes;
+  }
+
+ private:
+  const uint8_t* data_;
+  size_t size_;
+  size_t position_ = 0;
+};
+
+uint32_t Code(const char (&text)[5]) {
+  uint32_t code = 0;
+  std::memcpy(&code, text, 4);
+  return code;
+}
+
+// Null instead of the address of an empty buffer, as a host might pass.
+const uint8_t* DataOrNull(const std::vector<uint8_t>& bytes) {
+  return bytes.empty() ? nullptr : bytes.data();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static const uint32_t kContainers[] = {Code("MKV "), Code("KMKV"), Code("HMKV"), Code("MKA "),
+                                         Code("WEBM")};
+  static const uint32_t kVideo[] = {Code("H264"), Code("I264"), Code("HEVC"), Code("VP9 "),
+                                    Code("MP2V"), Code("B264"), Code("AV1 "), Code("DIV3")};
+  static const uint32_t kAudio[] = {Code("AAC "), Code("VBIS"), Code("OPUS"), Code("MP3 "),
+                                    Code("KAAC"), Code("AC3 ")};
+  Input in(data, size);
+  const FileFormat* formats = GetFileFormats();
+  const FileFormat& row = formats[1];  // every row shares the same functions
+
+  MediaFileParams params{};
+  const uint8_t choice = in.Byte();
+  params.containerFourcc = kContainers[choice % 5];
+  params.video.fourcc = kVideo[(choice >> 3) % 8];
+  params.audio.fourcc = kAudio[in.Byte() % 6];
+  const uint8_t flags = in.Byte();
+  params.noVideo = flags & 1;
+  params.noAudio = (flags >> 1) & 1;
+  params.video.width = static_cast<int16_t>(in.Word());
+  params.video.height = static_cast<int16_t>(in.Word());
+  params.video.frameRate = in.Byte();
+  params.video.projection = (flags & 4) != 0 ? 360 : 0;
+  params.audio.sampleRate = in.Word();
+  params.audio.channels = in.Byte();
+
+  AspectRatioRecord aspect{};
+  aspect.numerator = static_cast<int8_t>(in.Byte());
+  aspect.denominator = static_cast<int8_t>(in.Byte());
+  row.SetDisplayAspectRatio(&aspect);
+
+  void* handle = row.CreateMediaFile(u"fuzz.iso:1", &params);
+  if (handle == nullptr) return 0;
+  int64_t time = 0;
+  while (!in.empty()) {
+    const uint8_t op = in.Byte();
+    std::vector<uint8_t> bytes = in.Bytes(in.Word() % 2048);
+    time += static_cast<int8_t>(in.Byte()) * 10000LL;
+    switch (op % 4) {
+      case 0: {
+        MediaSample sample{};
+        sample.videoData = bytes.data();
+        sample.videoSize = static_cast<int32_t>(bytes.size());
+        sample.keyframe = op & 0x10;
+        sample.start = time;
+        sample.duration = static_cast<int8_t>(op) * 1000;
+        row.WriteVideoData(handle, &sample);
+        break;
+      }
+      case 1: {
+        MediaSample sample{};
+        sample.audioData = bytes.data();
+        sample.audioSize = static_cast<int32_t>(bytes.size());
+        sample.start = time;
+        sample.duration = op * 2000;
+        if ((op & 0x10) != 0) {
+          // A frame table of up to 8 frames; the sizes may lie.
+          std::vector<uint32_t> table(1 + 8);
+          const int32_t count = static_cast<int32_t>(in.Byte() % 9) - 1;
+          std::memcpy(table.data(), &count, 4);
+          for (int i = 1; i <= 8; ++i) table[i] = in.Byte();
+          row.WriteAudioData(handle, &sample, reinterpret_cast<const FrameSizeTable*>(table.data()));
+        } else {
+          row.WriteAudioData(handle, &sample, nullptr);
+        }
+        break;
+      }
+      case 2: {
+        const size_t split = bytes.empty() ? 0 : in.Byte() % (bytes.size() + 1);
+        const std::vector<uint8_t> first(bytes.begin(), bytes.begin() + split);
+        const std::vector<uint8_t> second(bytes.begin() + split, bytes.end());
+        row.WriteVideoExtraData(handle, DataOrNull(second), static_cast<int32_t>(second.size()),
+                                DataOrNull(first), static_cast<int32_t>(first.size()));
+        break;
+      }
+      default:
+        row.WriteAudioExtraData(handle, DataOrNull(bytes), static_cast<int32_t>(bytes.size()));
+        break;
+    }
+  }
+  row.CloseMediaFile(handle);
+  return 0;
+}
