@@ -70,13 +70,17 @@ void MatroskaFileWriter::TakeIntoCluster(MatroskaStream& track) {
     return;  // too early for any Cluster
   }
 
-  // Close Clusters until the block falls inside the current one's span; a
-  // span that received no block is skipped without writing anything.
-  while (static_cast<int64_t>(cluster_.timecode.Value()) + cluster_span_ms_ < block.start) {
+  // Move the grid forward until the block falls inside the current Cluster's
+  // span, writing the open Cluster if it holds blocks; spans that receive no
+  // block are skipped without writing anything. The steps are taken in one
+  // go, so that a jump far ahead costs no more than a short one.
+  const auto timecode = static_cast<int64_t>(cluster_.timecode.Value());
+  if (timecode + cluster_span_ms_ < block.start) {
+    const int64_t steps = (block.start - timecode - 1) / cluster_span_ms_;
     if (cluster_.HasBlocks()) {
       WriteCluster();
     }
-    cluster_.timecode.Set(cluster_.timecode.Value() + cluster_span_ms_);
+    cluster_.timecode.Set(static_cast<uint64_t>(timecode + steps * cluster_span_ms_));
     cluster_.ClearBlocks();
     cue_block_counter_ = 0;
   }

@@ -141,6 +141,19 @@ TEST_F(MkvMuxerTest, ClustersFollowThe300MillisecondGrid) {
   EXPECT_TRUE(video[3].references.empty());
 }
 
+TEST_F(MkvMuxerTest, AJumpFarAheadMovesTheGridInOneStep) {
+  Open(Params("VP9 ", "AC3 "));
+  Audio(0);
+  Video(0, true);
+  constexpr int64_t kFarAhead = 1000000000000;  // about 31 years later
+  Video(kFarAhead, true);
+  const MatroskaFile file = CloseAndRead();
+  ASSERT_TRUE(file.parsed);
+  const uint64_t last = (kFarAhead - 1) / 300 * 300;
+  EXPECT_EQ(file.cluster_timecodes, (std::vector<uint64_t>{0, last}));
+  EXPECT_EQ(file.BlocksOfTrack(2).back().time(), kFarAhead);
+}
+
 TEST_F(MkvMuxerTest, CuePointsMarkTheFirstVideoKeyFrameOfEachCluster) {
   Open(Params("VP9 ", "AC3 "));
   for (int i = 0; i < 40; ++i) {
