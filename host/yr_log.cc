@@ -13,10 +13,16 @@ namespace {
 
 void AppendRecord(std::string text) {
   const char* path = std::getenv("YR_LOG_FILE");
-  if (path == nullptr || *path == '\0') return;
-  if (text.empty() || text.back() != '\n') text.push_back('\n');
+  if (path == nullptr || *path == '\0') {
+    return;
+  }
+  if (text.empty() || text.back() != '\n') {
+    text.push_back('\n');
+  }
   std::FILE* file = std::fopen(path, "ab");
-  if (file == nullptr) return;
+  if (file == nullptr) {
+    return;
+  }
   std::fwrite(text.data(), 1, text.size(), file);
   std::fclose(file);
 }
@@ -27,7 +33,9 @@ template <typename T>
 void AppendNumber(std::string& out, const std::string& spec, T value) {
   char buffer[512];
   const int n = std::snprintf(buffer, sizeof buffer, spec.c_str(), value);
-  if (n > 0) out.append(buffer, static_cast<size_t>(n) < sizeof buffer ? n : sizeof buffer - 1);
+  if (n > 0) {
+    out.append(buffer, static_cast<size_t>(n) < sizeof buffer ? n : sizeof buffer - 1);
+  }
 }
 
 std::string Format(const char16_t* format, va_list args) {
@@ -36,7 +44,9 @@ std::string Format(const char16_t* format, va_list args) {
   for (size_t i = 0; i < fmt.size(); ++i) {
     if (fmt[i] != u'%') {
       size_t end = fmt.find(u'%', i);
-      if (end == std::u16string_view::npos) end = fmt.size();
+      if (end == std::u16string_view::npos) {
+        end = fmt.size();
+      }
       out += kx::platform::Utf16ToUtf8(fmt.substr(i, end - i));
       i = end - 1;
       continue;
@@ -44,16 +54,23 @@ std::string Format(const char16_t* format, va_list args) {
     // %[flags][width][.precision][length]conversion
     std::string spec = "%";
     size_t j = i + 1;
-    while (j < fmt.size() && std::u16string_view(u"-+ #0").find(fmt[j]) != std::u16string_view::npos)
+    while (j < fmt.size() &&
+           std::u16string_view(u"-+ #0").find(fmt[j]) != std::u16string_view::npos) {
       spec.push_back(static_cast<char>(fmt[j++]));
-    while (j < fmt.size() && ((fmt[j] >= u'0' && fmt[j] <= u'9') || fmt[j] == u'.'))
+    }
+    while (j < fmt.size() && ((fmt[j] >= u'0' && fmt[j] <= u'9') || fmt[j] == u'.')) {
       spec.push_back(static_cast<char>(fmt[j++]));
+    }
     bool long_long = false;
     while (j < fmt.size() && (fmt[j] == u'l' || fmt[j] == u'h' || fmt[j] == u'I')) {
-      if (fmt[j] == u'l' && j + 1 < fmt.size() && fmt[j + 1] == u'l') long_long = true;
+      if (fmt[j] == u'l' && j + 1 < fmt.size() && fmt[j + 1] == u'l') {
+        long_long = true;
+      }
       ++j;
     }
-    if (j >= fmt.size()) break;
+    if (j >= fmt.size()) {
+      break;
+    }
     const char16_t conversion = fmt[j];
     switch (conversion) {
       case u's':
@@ -109,11 +126,15 @@ std::string Format(const char16_t* format, va_list args) {
 }  // namespace
 
 extern "C" void HostLogText(const char16_t* text) {
-  if (text != nullptr) AppendRecord(kx::platform::Utf16ToUtf8(text));
+  if (text != nullptr) {
+    AppendRecord(kx::platform::Utf16ToUtf8(text));
+  }
 }
 
 extern "C" void HostLogFormat(const char16_t* format, ...) {
-  if (format == nullptr) return;
+  if (format == nullptr) {
+    return;
+  }
   va_list args;
   va_start(args, format);
   std::string text = Format(format, args);

@@ -21,7 +21,9 @@ std::optional<int64_t>& PinnedTime() {
 }  // namespace
 
 int64_t CurrentUnixTime() {
-  if (PinnedTime()) return *PinnedTime();
+  if (PinnedTime()) {
+    return *PinnedTime();
+  }
 #if defined(_WIN32)
   return _time64(nullptr);
 #else

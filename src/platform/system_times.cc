@@ -30,14 +30,26 @@ bool ReadSystemTimes(SystemTimes* times) {
 
 bool ReadSystemTimes(SystemTimes* times) {
   std::FILE* stat = std::fopen("/proc/stat", "r");
-  if (stat == nullptr) return false;
-  unsigned long long user = 0, nice = 0, system = 0, idle = 0, iowait = 0, irq = 0, softirq = 0;
+  if (stat == nullptr) {
+    return false;
+  }
+  unsigned long long user = 0;
+  unsigned long long nice = 0;
+  unsigned long long system = 0;
+  unsigned long long idle = 0;
+  unsigned long long iowait = 0;
+  unsigned long long irq = 0;
+  unsigned long long softirq = 0;
   const int fields = std::fscanf(stat, "cpu %llu %llu %llu %llu %llu %llu %llu", &user, &nice,
                                  &system, &idle, &iowait, &irq, &softirq);
   std::fclose(stat);
-  if (fields < 4) return false;
+  if (fields < 4) {
+    return false;
+  }
   const long ticks_per_second = sysconf(_SC_CLK_TCK);
-  if (ticks_per_second <= 0) return false;
+  if (ticks_per_second <= 0) {
+    return false;
+  }
   const uint64_t scale = 10'000'000ULL / static_cast<uint64_t>(ticks_per_second);
   times->idle = (idle + iowait) * scale;
   times->kernel = (system + irq + softirq + idle + iowait) * scale;

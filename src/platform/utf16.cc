@@ -145,9 +145,13 @@ std::u16string Utf8ToUtf16(std::string_view text) {
 }
 
 size_t Utf16Length(const char16_t* text) {
-  if (text == nullptr) return 0;
+  if (text == nullptr) {
+    return 0;
+  }
   size_t n = 0;
-  while (text[n] != 0) ++n;
+  while (text[n] != 0) {
+    ++n;
+  }
   return n;
 }
 
