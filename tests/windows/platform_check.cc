@@ -27,27 +27,12 @@
 #include "src/platform/file.h"
 #include "src/platform/system_times.h"
 #include "src/platform/utf16.h"
+#include "tests/windows/checks.h"
 #include "tests/windows/utf16_cases.h"
 
 namespace {
 
-class Checks {
- public:
-  void operator()(bool ok, const std::string& what) {
-    if (ok) {
-      ++passed_;
-    } else {
-      ++failed_;
-    }
-    std::printf("%s: %s\n", ok ? "ok" : "FAIL", what.c_str());
-  }
-  int passed() const { return passed_; }
-  int failed() const { return failed_; }
-
- private:
-  int passed_ = 0;
-  int failed_ = 0;
-};
+using kx::testing::Checks;
 
 void CheckUtf16(Checks& check) {
   for (const auto& c : kx::testing::kUtf16Cases) {

@@ -26,22 +26,13 @@
 #include <vector>
 
 #include "include/kx_mkv/kx_mkv.h"
+#include "tests/windows/checks.h"
 #include "tests/windows/scenarios.h"
 
 namespace {
 
 // Prints one line per check and counts the failures.
-class Checks {
- public:
-  void operator()(bool ok, const std::string& what) {
-    if (!ok) ++failures_;
-    std::printf("%s: %s\n", ok ? "ok" : "FAIL", what.c_str());
-  }
-  int failures() const { return failures_; }
-
- private:
-  int failures_ = 0;
-};
+using kx::testing::Checks;
 
 std::string Narrow(const wchar_t* text) {
   std::string out;
@@ -392,6 +383,6 @@ int wmain(int argc, wchar_t** argv) {
   check(failures == 0, "scenarios ran without failed checks (" + std::to_string(failures) + ")");
 
   FreeLibrary(module);
-  std::printf("windows_host: %d failed checks\n", check.failures());
-  return check.failures() == 0 ? 0 : 1;
+  std::printf("windows_host: %d failed checks\n", check.failed());
+  return check.failed() == 0 ? 0 : 1;
 }
