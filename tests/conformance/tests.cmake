@@ -17,23 +17,8 @@ if(NOT TARGET kxmux OR NOT Python3_Interpreter_FOUND OR NOT KX_FFMPEG OR NOT KX_
   return()
 endif()
 
-set(kx_conformance_script ${CMAKE_CURRENT_LIST_DIR}/conformance.py)
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${kx_conformance_script})
-execute_process(COMMAND ${Python3_EXECUTABLE} ${kx_conformance_script} --list
-                OUTPUT_VARIABLE kx_conformance_cases OUTPUT_STRIP_TRAILING_WHITESPACE
-                RESULT_VARIABLE kx_conformance_result)
-if(NOT kx_conformance_result EQUAL 0)
-  message(FATAL_ERROR "conformance.py --list failed")
-endif()
-string(REPLACE "\n" ";" kx_conformance_cases "${kx_conformance_cases}")
-foreach(case IN LISTS kx_conformance_cases)
-  add_test(NAME conformance.${case}
-           COMMAND ${Python3_EXECUTABLE} ${kx_conformance_script}
-                   --kxmux $<TARGET_FILE:kxmux>
-                   --work ${CMAKE_CURRENT_BINARY_DIR}/conformance
-                   --module-objects $<TARGET_FILE:kx_mkv_static>
-                   ${case})
-  # 77: the part of the module that the case needs is not built yet.
-  set_tests_properties(conformance.${case} PROPERTIES
-    SKIP_RETURN_CODE 77 TIMEOUT 300 LABELS conformance)
-endforeach()
+# A case whose part of the module is not built yet exits 77 (skipped).
+kx_add_python_cases(${CMAKE_CURRENT_LIST_DIR}/conformance.py conformance 300
+  --kxmux $<TARGET_FILE:kxmux>
+  --work ${CMAKE_CURRENT_BINARY_DIR}/conformance
+  --module-objects $<TARGET_FILE:kx_mkv_static>)
