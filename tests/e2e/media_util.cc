@@ -15,29 +15,6 @@ namespace {
 
 int64_t Ticks(double seconds) { return static_cast<int64_t>(seconds * 1e7 + 0.5); }
 
-struct NalUnit {
-  size_t begin = 0;  // first payload byte
-  size_t end = 0;
-};
-
-// NAL units of an Annex B stream, start codes of either length.
-std::vector<NalUnit> AnnexBUnits(const std::vector<uint8_t>& s) {
-  std::vector<size_t> starts;
-  std::vector<size_t> code_begins;
-  for (size_t i = 0; i + 3 <= s.size(); ++i) {
-    if (s[i] == 0 && s[i + 1] == 0 && s[i + 2] == 1) {
-      code_begins.push_back(i > 0 && s[i - 1] == 0 ? i - 1 : i);
-      starts.push_back(i + 3);
-      i += 2;
-    }
-  }
-  std::vector<NalUnit> units;
-  for (size_t k = 0; k < starts.size(); ++k) {
-    units.push_back({starts[k], k + 1 < starts.size() ? code_begins[k + 1] : s.size()});
-  }
-  return units;
-}
-
 // Appends the frame [at, at + length) as the next sample of a stream whose
 // frames all last `frame_seconds`.
 void AppendFrame(std::vector<Sample>& samples, const std::vector<uint8_t>& stream, size_t at,
@@ -51,6 +28,24 @@ void AppendFrame(std::vector<Sample>& samples, const std::vector<uint8_t>& strea
 }
 
 }  // namespace
+
+std::vector<NalUnit> AnnexBUnits(const std::vector<uint8_t>& s) {
+  std::vector<size_t> starts;
+  std::vector<size_t> code_begins;
+  for (size_t i = 0; i + 3 <= s.size(); ++i) {
+    if (s[i] == 0 && s[i + 1] == 0 && s[i + 2] == 1) {
+      code_begins.push_back(i > 0 && s[i - 1] == 0 ? i - 1 : i);
+      starts.push_back(i + 3);
+      i += 2;
+    }
+  }
+  std::vector<NalUnit> units;
+  for (size_t k = 0; k < starts.size(); ++k) {
+    units.push_back(
+        {code_begins[k], starts[k], k + 1 < starts.size() ? code_begins[k + 1] : s.size()});
+  }
+  return units;
+}
 
 int RunCommand(const std::string& command, std::string* output) {
   std::FILE* pipe = popen((command + " 2>&1").c_str(), "r");

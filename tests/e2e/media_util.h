@@ -19,6 +19,15 @@ struct Sample {
   bool key = true;
 };
 
+// A NAL unit of an Annex B stream: [begin, end) is its payload, after a start
+// code of `begin - code_begin` (3 or 4) bytes.
+struct NalUnit {
+  size_t code_begin = 0;
+  size_t begin = 0;
+  size_t end = 0;
+};
+std::vector<NalUnit> AnnexBUnits(const std::vector<uint8_t>& stream);
+
 // Runs a shell command; returns its exit status and fills `output` with
 // what it printed (stdout and stderr).
 int RunCommand(const std::string& command, std::string* output = nullptr);

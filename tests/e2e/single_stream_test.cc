@@ -10,6 +10,7 @@
 #include "src/platform/utf16.h"
 #include "tests/e2e/media_util.h"
 #include "tests/support/matroska_file.h"
+#include "tests/support/temp_dir.h"
 
 namespace kx::test {
 namespace {
@@ -17,7 +18,10 @@ namespace {
 constexpr double kFps = 25;
 constexpr int64_t kTicksPerMs = 10000;
 
-std::vector<uint8_t> Load(const std::string& path) { return ReadFileBytes(path); }
+std::vector<uint8_t> Load(const std::string& path) {
+  const std::string bytes = ReadFileBytes(path);
+  return {bytes.begin(), bytes.end()};
+}
 
 class SingleStreamFileTest : public ::testing::Test {
  protected:
@@ -62,37 +66,14 @@ class SingleStreamFileTest : public ::testing::Test {
   }
 };
 
-// The NAL units of an access unit whose units all have 4-byte start codes
-// (as SplitH264AccessUnits makes them): [start code, end) and the type.
-struct Unit {
-  size_t begin = 0;
-  size_t end = 0;
-  int type = 0;
-};
-
-std::vector<Unit> Units(const std::vector<uint8_t>& access_unit) {
-  std::vector<size_t> starts;
-  for (size_t i = 0; i + 4 < access_unit.size(); ++i) {
-    if (access_unit[i] == 0 && access_unit[i + 1] == 0 && access_unit[i + 2] == 0 &&
-        access_unit[i + 3] == 1) {
-      starts.push_back(i);
-    }
-  }
-  std::vector<Unit> units;
-  for (size_t k = 0; k < starts.size(); ++k) {
-    const size_t end = k + 1 < starts.size() ? starts[k + 1] : access_unit.size();
-    units.push_back({starts[k], end, access_unit[starts[k] + 4] & 0x1F});
-  }
-  return units;
-}
-
 // Size of an access unit after the conversion path: each kept unit (types 1,
 // 5, 7, 8, 9) with a 4-byte length instead of its start code.
 int64_t ConvertedSize(const std::vector<uint8_t>& access_unit) {
   int64_t size = 0;
-  for (const Unit& unit : Units(access_unit)) {
-    if (unit.type == 1 || unit.type == 5 || unit.type == 7 || unit.type == 8 || unit.type == 9) {
-      size += static_cast<int64_t>(unit.end - unit.begin);
+  for (const NalUnit& unit : AnnexBUnits(access_unit)) {
+    const int type = unit.end > unit.begin ? access_unit[unit.begin] & 0x1F : 0;
+    if (type == 1 || type == 5 || type == 7 || type == 8 || type == 9) {
+      size += static_cast<int64_t>(unit.end - unit.begin) + 4;
     }
   }
   return size;
@@ -101,15 +82,15 @@ int64_t ConvertedSize(const std::vector<uint8_t>& access_unit) {
 // Slices of an access unit: the frames the NAL-unit path makes.
 std::vector<std::vector<uint8_t>> Slices(const std::vector<uint8_t>& access_unit) {
   std::vector<std::vector<uint8_t>> slices;
-  for (const Unit& unit : Units(access_unit)) {
-    if (unit.type != 1 && unit.type != 5) continue;
-    std::vector<uint8_t> slice(access_unit.begin() + static_cast<std::ptrdiff_t>(unit.begin),
-                               access_unit.begin() + static_cast<std::ptrdiff_t>(unit.end));
-    const auto length = static_cast<uint32_t>(slice.size() - 4);
-    slice[0] = static_cast<uint8_t>(length >> 24);
-    slice[1] = static_cast<uint8_t>(length >> 16);
-    slice[2] = static_cast<uint8_t>(length >> 8);
-    slice[3] = static_cast<uint8_t>(length);
+  for (const NalUnit& unit : AnnexBUnits(access_unit)) {
+    const int type = unit.end > unit.begin ? access_unit[unit.begin] & 0x1F : 0;
+    if (type != 1 && type != 5) continue;
+    const auto length = static_cast<uint32_t>(unit.end - unit.begin);
+    std::vector<uint8_t> slice = {static_cast<uint8_t>(length >> 24),
+                                  static_cast<uint8_t>(length >> 16),
+                                  static_cast<uint8_t>(length >> 8), static_cast<uint8_t>(length)};
+    slice.insert(slice.end(), access_unit.begin() + static_cast<std::ptrdiff_t>(unit.begin),
+                 access_unit.begin() + static_cast<std::ptrdiff_t>(unit.end));
     slices.push_back(std::move(slice));
   }
   return slices;

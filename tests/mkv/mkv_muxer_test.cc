@@ -114,7 +114,8 @@ TEST_F(MkvMuxerTest, FinishedFileLayout) {
   EXPECT_EQ(file.doc_type_version, 1U);
   EXPECT_EQ(file.muxing_app, "Tarnwhistle Matroska Muxer");
   // DateUTC in nanoseconds from the pinned time.
-  const Bytes bytes = test::ReadFileBytes(path_);
+  const std::string raw = test::ReadFileBytes(path_);
+  const Bytes bytes(raw.begin(), raw.end());
   const Bytes date = {0x44, 0x61, 0x88, 0x0B, 0x1A, 0x2B, 0xC2, 0xEC, 0x50, 0x00, 0x00};
   EXPECT_NE(std::search(bytes.begin(), bytes.end(), date.begin(), date.end()), bytes.end());
 }

@@ -5,8 +5,6 @@
 #include <webm/webm_parser.h>
 
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 
 namespace kx::test {
 namespace {
@@ -86,25 +84,15 @@ class Collector : public webm::Callback {
 
   webm::Status OnSimpleBlockBegin(const webm::ElementMetadata&, const webm::SimpleBlock& block,
                                   webm::Action* action) override {
-    BlockInfo info;
-    info.cluster_timecode = cluster_timecode_;
-    info.track = block.track_number;
-    info.relative_time = block.timecode;
+    BlockInfo& info = BeginBlock(block, action);
     info.simple = true;
     info.key = block.is_key_frame;
-    file_.blocks.push_back(info);
-    *action = webm::Action::kRead;
     return webm::Status(webm::Status::kOkCompleted);
   }
 
   webm::Status OnBlockBegin(const webm::ElementMetadata&, const webm::Block& block,
                             webm::Action* action) override {
-    BlockInfo info;
-    info.cluster_timecode = cluster_timecode_;
-    info.track = block.track_number;
-    info.relative_time = block.timecode;
-    file_.blocks.push_back(info);
-    *action = webm::Action::kRead;
+    BeginBlock(block, action);
     return webm::Status(webm::Status::kOkCompleted);
   }
 
@@ -143,6 +131,17 @@ class Collector : public webm::Callback {
   }
 
  private:
+  // Records a block of the current Cluster; its frames follow.
+  BlockInfo& BeginBlock(const webm::Block& block, webm::Action* action) {
+    BlockInfo info;
+    info.cluster_timecode = cluster_timecode_;
+    info.track = block.track_number;
+    info.relative_time = block.timecode;
+    file_.blocks.push_back(std::move(info));
+    *action = webm::Action::kRead;
+    return file_.blocks.back();
+  }
+
   static bool IsTopLevel(webm::Id id) {
     switch (id) {
       case webm::Id::kSeekHead:
@@ -191,11 +190,6 @@ MatroskaFile ReadMatroskaFile(const std::string& path) {
   const webm::Status status = parser.Feed(&collector, &reader);
   file.parsed = status.completed_ok();
   return file;
-}
-
-std::vector<uint8_t> ReadFileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 }  // namespace kx::test

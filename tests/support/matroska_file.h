@@ -77,8 +77,6 @@ struct MatroskaFile {
 
 MatroskaFile ReadMatroskaFile(const std::string& path);
 
-std::vector<uint8_t> ReadFileBytes(const std::string& path);
-
 }  // namespace kx::test
 
 #endif  // KX_TESTS_SUPPORT_MATROSKA_FILE_H_
