@@ -16,6 +16,12 @@ std::string_view MatroskaAudioCodecId(uint32_t fourcc);
 std::string_view WebmVideoCodecId(uint32_t fourcc);
 std::string_view WebmAudioCodecId(uint32_t fourcc);
 
+// CodecID prefixes: "V_MPEG4/ISO/AVC" and "V_MPEGH/ISO/HEVC" are matched by
+// their start, so that longer variants of the IDs take the same handling.
+inline bool CodecIdStartsWith(std::string_view codec_id, std::string_view prefix) {
+  return codec_id.substr(0, prefix.size()) == prefix;
+}
+
 // The H.264 FourCCs whose samples carry NAL units with 4-byte start codes,
 // one block per slice.
 bool IsNalUnitFourCC(uint32_t fourcc);

@@ -8,6 +8,7 @@
 #include "src/ebml/segment.h"
 #include "src/ebml/tracks.h"
 #include "src/ebml/void_element.h"
+#include "src/mkv/codec_ids.h"
 #include "src/mkv/codec_private.h"
 #include "src/mkv/matroska_file_writer.h"
 #include "src/platform/clock.h"
@@ -179,7 +180,7 @@ void MatroskaFileWriter::StoreVideoConfiguration(MatroskaStream& stream, const u
     if (auto header = FindMpegSequenceHeader(first, static_cast<size_t>(first_size))) {
       StoreCodecPrivate(stream, first + header->offset, header->length);
     }
-  } else if (codec_id.rfind("V_MPEG4/ISO/AVC", 0) == 0) {
+  } else if (CodecIdStartsWith(codec_id, "V_MPEG4/ISO/AVC")) {
     const auto record = AvcConfigurationRecord(first, first_size, second, second_size);
     if (!record.empty()) {
       StoreCodecPrivate(stream, record.data(), record.size());

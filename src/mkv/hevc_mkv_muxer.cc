@@ -5,6 +5,7 @@
 #include "host/yr_log.h"
 #include "src/codec/hevc_sample_reframer.h"
 #include "src/codec/hvcc_writer.h"
+#include "src/mkv/codec_ids.h"
 #include "src/mkv/time_units.h"
 
 namespace kx {
@@ -37,7 +38,7 @@ void HevcMKVMuxer::SetVideoExtraData(const uint8_t* /*second*/, int32_t /*second
     return;
   }
   MatroskaWriter::CBinary& codec_private = track->entry().codec_private;
-  if (track->entry().codec_id.Text().rfind("V_MPEGH/ISO/HEVC", 0) == 0) {
+  if (CodecIdStartsWith(track->entry().codec_id.Text(), "V_MPEGH/ISO/HEVC")) {
     codec_private.Clear();
     codec_private.Resize(kHevcCodecPrivateSize);
     uint32_t written = 0;

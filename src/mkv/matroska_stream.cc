@@ -3,6 +3,7 @@
 #include <string>
 #include <utility>
 
+#include "src/mkv/codec_ids.h"
 #include "src/mkv/codec_private.h"
 #include "src/mkv/time_units.h"
 #include "src/platform/crt_rand.h"
@@ -93,9 +94,6 @@ int32_t MatroskaStream::AddFrame(const uint8_t* data, int32_t size, int64_t star
 // flush never has to change size.
 void MatroskaStream::ReserveCodecPrivate(const uint8_t* data, int32_t size) {
   const std::string codec_id = entry_->codec_id.Text();
-  auto starts_with = [&codec_id](std::string_view prefix) {
-    return codec_id.compare(0, prefix.size(), prefix) == 0;
-  };
   size_t reservation = 0;
   switch (track_type()) {
     case kVideoTrackType:
@@ -105,7 +103,8 @@ void MatroskaStream::ReserveCodecPrivate(const uint8_t* data, int32_t size) {
         }
         return;
       }
-      if (starts_with("V_MPEG4/ISO/AVC") || starts_with("V_MPEGH/ISO/HEVC")) {
+      if (CodecIdStartsWith(codec_id, "V_MPEG4/ISO/AVC") ||
+          CodecIdStartsWith(codec_id, "V_MPEGH/ISO/HEVC")) {
         reservation = 1024;
       }
       break;
