@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <initializer_list>
 
-#include "src/plugin/fourcc.h"
+#include "src/codec/fourcc.h"
 
 namespace kx {
 namespace {

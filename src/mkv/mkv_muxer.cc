@@ -3,11 +3,11 @@
 #include <string>
 
 #include "host/yr_utility.h"
+#include "src/codec/fourcc.h"
 #include "src/mkv/codec_ids.h"
 #include "src/mkv/sample_paths.h"
 #include "src/mkv/time_units.h"
 #include "src/mkv/track_setup.h"
-#include "src/plugin/fourcc.h"
 
 namespace kx {
 namespace {

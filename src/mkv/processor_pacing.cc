@@ -1,10 +1,10 @@
 #include "src/mkv/processor_pacing.h"
 
+#include "src/codec/fourcc.h"
 #include "src/platform/clock.h"
 #include "src/platform/debug_output.h"
 #include "src/platform/system_times.h"
 #include "src/platform/utf16.h"
-#include "src/plugin/fourcc.h"
 
 namespace kx {
 namespace {

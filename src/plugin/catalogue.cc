@@ -1,6 +1,6 @@
 #include "src/plugin/catalogue.h"
 
-#include "src/plugin/fourcc.h"
+#include "src/codec/fourcc.h"
 #include "src/plugin/multi_stream_entry.h"
 #include "src/plugin/single_stream_entry.h"
 

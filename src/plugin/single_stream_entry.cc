@@ -11,10 +11,10 @@
 #include <type_traits>
 
 #include "host/yr_log.h"
+#include "src/codec/fourcc.h"
 #include "src/mkv/codec_ids.h"
 #include "src/mkv/mkv_muxer.h"
 #include "src/plugin/catalogue.h"
-#include "src/plugin/fourcc.h"
 #include "src/plugin/muxer_factory.h"
 
 namespace kx {

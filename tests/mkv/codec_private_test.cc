@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "src/plugin/fourcc.h"
+#include "src/codec/fourcc.h"
 
 namespace kx {
 namespace {

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "src/codec/fourcc.h"
 #include "src/platform/debug_output.h"
-#include "src/plugin/fourcc.h"
 
 namespace kx {
 namespace {

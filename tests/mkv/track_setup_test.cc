@@ -4,8 +4,8 @@
 
 #include <cstring>
 
+#include "src/codec/fourcc.h"
 #include "src/platform/crt_rand.h"
-#include "src/plugin/fourcc.h"
 #include "tests/support/memory_stream.h"
 
 namespace kx {

@@ -9,9 +9,9 @@
 #include <typeinfo>
 #include <utility>
 
+#include "src/codec/fourcc.h"
 #include "src/mkv/hevc_mkv_muxer.h"
 #include "src/mkv/mkv_muxer.h"
-#include "src/plugin/fourcc.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/matroska_file.h"
 #include "tests/support/temp_dir.h"

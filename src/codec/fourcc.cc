@@ -1,4 +1,4 @@
-#include "src/plugin/fourcc.h"
+#include "src/codec/fourcc.h"
 
 namespace kx {
 

@@ -1,6 +1,6 @@
 // FourCC helpers: a code's four bytes, lowest first, are its characters.
-#ifndef KX_PLUGIN_FOURCC_H_
-#define KX_PLUGIN_FOURCC_H_
+#ifndef KX_CODEC_FOURCC_H_
+#define KX_CODEC_FOURCC_H_
 
 #include <cstdint>
 #include <string>
@@ -20,4 +20,4 @@ std::u16string FourCCText(uint32_t fourcc);
 
 }  // namespace kx
 
-#endif  // KX_PLUGIN_FOURCC_H_
+#endif  // KX_CODEC_FOURCC_H_
