@@ -18,6 +18,19 @@ constexpr int64_t kCueSpacingMs = 1000;
 
 }  // namespace
 
+void MatroskaFileWriter::FlushIfDue(bool video_written, const MatroskaStream& written,
+                                    size_t threshold) {
+  if (video_written) {
+    video_seen_ = true;
+  } else {
+    audio_seen_ = true;
+  }
+  const bool other_seen = video_written ? audio_seen_ : video_seen_;
+  if (other_seen && written.queue().size() >= threshold) {
+    FlushQueues();
+  }
+}
+
 int64_t MatroskaFileWriter::FlushQueues() {
   if (!file_) {
     return 0;

@@ -14,6 +14,7 @@
 #ifndef KX_MKV_MATROSKA_FILE_WRITER_H_
 #define KX_MKV_MATROSKA_FILE_WRITER_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -91,6 +92,10 @@ class MatroskaFileWriter : public IStream {
   // other kind has produced a block (or is known to be absent).
   bool video_seen_ = false;
   bool audio_seen_ = false;
+
+  // Marks the written kind as seen, then flushes once the other kind has
+  // been seen too and the written track's queue holds `threshold` blocks.
+  void FlushIfDue(bool video_written, const MatroskaStream& written, size_t threshold);
 
  private:
   void WriteHeader();

@@ -25,6 +25,12 @@ void SetDefaultDurationAndPixels(MatroskaWriter::TrackEntry& entry, const VideoP
   entry.video.pixel_height.Set(AbsoluteHeight(video));
 }
 
+void SetPixelDisplaySize(MatroskaWriter::TrackEntry& entry, const VideoParams& video) {
+  entry.video.display_width.Set(static_cast<uint64_t>(static_cast<int64_t>(video.width)));
+  entry.video.display_height.Set(AbsoluteHeight(video));
+  entry.video.display_unit.Set(3);  // display aspect ratio
+}
+
 void SetVideoCodec(MatroskaWriter::TrackEntry& entry, const VideoParams& video,
                    std::string_view codec_id) {
   entry.codec_id.SetText(codec_id);
@@ -54,9 +60,7 @@ int32_t SetupVideoTrack(MatroskaStream& stream, const VideoParams& video, uint32
   const auto width = static_cast<int64_t>(video.width);
   const auto height = static_cast<int64_t>(AbsoluteHeight(video));
   if (stream.use_simple_block()) {
-    entry.video.display_width.Set(static_cast<uint64_t>(width));
-    entry.video.display_height.Set(static_cast<uint64_t>(height));
-    entry.video.display_unit.Set(3);  // display aspect ratio
+    SetPixelDisplaySize(entry, video);
   } else {
     int64_t display_width = width;
     int64_t display_height = height;

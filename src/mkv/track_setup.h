@@ -16,6 +16,8 @@ int32_t SetupAudioTrack(MatroskaStream& stream, const AudioParams& audio, uint32
 
 // Pieces shared with the WebM setups.
 void SetDefaultDurationAndPixels(MatroskaWriter::TrackEntry& entry, const VideoParams& video);
+// The display size as the pixel size, DisplayUnit 3 (display aspect ratio).
+void SetPixelDisplaySize(MatroskaWriter::TrackEntry& entry, const VideoParams& video);
 void SetAudioFields(MatroskaWriter::TrackEntry& entry, const AudioParams& audio,
                     std::string_view codec_id);
 void SetVideoCodec(MatroskaWriter::TrackEntry& entry, const VideoParams& video,
