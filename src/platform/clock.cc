@@ -1,6 +1,7 @@
 #include "src/platform/clock.h"
 
 #include <ctime>
+#include <utility>
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -16,6 +17,17 @@ namespace {
 std::optional<int64_t>& PinnedTime() {
   static std::optional<int64_t> pinned;
   return pinned;
+}
+
+struct ClockHooks {
+  std::function<int64_t()> clock;
+  std::function<void(uint32_t)> sleep;
+};
+
+// Set by tests only.
+ClockHooks& Hooks() {
+  static ClockHooks hooks;
+  return hooks;
 }
 
 }  // namespace
@@ -34,6 +46,9 @@ int64_t CurrentUnixTime() {
 void PinCurrentUnixTime(std::optional<int64_t> seconds) { PinnedTime() = seconds; }
 
 int64_t ClockMilliseconds() {
+  if (Hooks().clock) {
+    return Hooks().clock();
+  }
 #if defined(_WIN32)
   return static_cast<int64_t>(clock()) * 1000 / CLOCKS_PER_SEC;
 #else
@@ -45,11 +60,19 @@ int64_t ClockMilliseconds() {
 }
 
 void SleepMilliseconds(uint32_t milliseconds) {
+  if (Hooks().sleep) {
+    Hooks().sleep(milliseconds);
+    return;
+  }
 #if defined(_WIN32)
   Sleep(milliseconds);
 #else
   std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 #endif
+}
+
+void SetClockForTests(std::function<int64_t()> clock, std::function<void(uint32_t)> sleep) {
+  Hooks() = {std::move(clock), std::move(sleep)};
 }
 
 }  // namespace kx::platform

@@ -3,6 +3,7 @@
 #define KX_PLATFORM_CLOCK_H_
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 namespace kx::platform {
@@ -17,6 +18,10 @@ void PinCurrentUnixTime(std::optional<int64_t> seconds);
 int64_t ClockMilliseconds();
 
 void SleepMilliseconds(uint32_t milliseconds);
+
+// Tests drive the pacing's timing without waiting: they replace the process
+// clock and sleeping; empty functions restore the real ones.
+void SetClockForTests(std::function<int64_t()> clock, std::function<void(uint32_t)> sleep);
 
 }  // namespace kx::platform
 

@@ -1,5 +1,7 @@
 #include "src/platform/system_times.h"
 
+#include <utility>
+
 #if defined(_WIN32)
 #include <windows.h>
 #else
@@ -9,10 +11,31 @@
 #endif
 
 namespace kx::platform {
+namespace {
+
+// Set by tests only.
+std::function<bool(SystemTimes*)>& TestSource() {
+  static std::function<bool(SystemTimes*)> source;
+  return source;
+}
+
+bool ReadRealSystemTimes(SystemTimes* times);
+
+}  // namespace
+
+bool ReadSystemTimes(SystemTimes* times) {
+  return TestSource() ? TestSource()(times) : ReadRealSystemTimes(times);
+}
+
+void SetSystemTimesForTests(std::function<bool(SystemTimes*)> source) {
+  TestSource() = std::move(source);
+}
+
+namespace {
 
 #if defined(_WIN32)
 
-bool ReadSystemTimes(SystemTimes* times) {
+bool ReadRealSystemTimes(SystemTimes* times) {
   FILETIME idle;
   FILETIME kernel;
   FILETIME user;
@@ -28,7 +51,7 @@ bool ReadSystemTimes(SystemTimes* times) {
 
 #else
 
-bool ReadSystemTimes(SystemTimes* times) {
+bool ReadRealSystemTimes(SystemTimes* times) {
   std::FILE* stat = std::fopen("/proc/stat", "r");
   if (stat == nullptr) {
     return false;
@@ -59,4 +82,5 @@ bool ReadSystemTimes(SystemTimes* times) {
 
 #endif
 
+}  // namespace
 }  // namespace kx::platform

@@ -3,6 +3,7 @@
 #define KX_PLATFORM_SYSTEM_TIMES_H_
 
 #include <cstdint>
+#include <functional>
 
 namespace kx::platform {
 
@@ -16,6 +17,10 @@ struct SystemTimes {
 
 // Windows: GetSystemTimes; Linux: the first line of /proc/stat.
 bool ReadSystemTimes(SystemTimes* times);
+
+// Tests pin the readings so that the pacing sees a chosen load; an empty
+// function restores the system's.
+void SetSystemTimesForTests(std::function<bool(SystemTimes*)> source);
 
 }  // namespace kx::platform
 

@@ -1,3 +1,6 @@
+// Processor-load pacing with the system times, the clock and sleeping
+// replaced: which samples measure, what the debugger line says, how long the
+// caller is held.
 #include "src/mkv/processor_pacing.h"
 
 #include <gtest/gtest.h>
@@ -5,74 +8,95 @@
 #include <string>
 #include <vector>
 
-#include "src/codec/fourcc.h"
+#include "src/platform/clock.h"
 #include "src/platform/debug_output.h"
+#include "src/platform/system_times.h"
+#include "src/codec/fourcc.h"
 
 namespace kx {
 namespace {
 
-class ProcessorPacingTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    platform::SetDebugOutputSink([this](std::u16string_view line) { lines_.emplace_back(line); });
-  }
-  void TearDown() override { platform::SetDebugOutputSink({}); }
-
-  static MediaFileParams Params(uint32_t pacing, uint32_t light) {
-    MediaFileParams params{};
-    params.video.marker = FourCC("MDSR");
-    params.video.pacing = pacing;
-    params.video.lightPacingOrAdditionsMode = light;
-    return params;
-  }
-
-  // The samples after which a line was written, over `samples` calls.
-  std::vector<int> MeasuredAfter(ProcessorPacing& pacing, int samples) {
-    std::vector<int> after;
-    for (int i = 1; i <= samples; ++i) {
-      const size_t before = lines_.size();
-      pacing.Step();
-      if (lines_.size() != before) after.push_back(i);
-    }
-    return after;
-  }
-
-  std::vector<std::u16string> lines_;
+struct PacingCase {
+  const char* name;
+  int32_t processors;
+  bool video_marker, audio_marker, light;
+  int usage;  // what the system times show; -1: they cannot be read
+  std::vector<int> measured_after;
+  std::vector<uint32_t> sleeps;  // per measurement
 };
 
-TEST_F(ProcessorPacingTest, TwoProcessorsMeasureEveryFourthSample) {
-  ProcessorPacing pacing(2);
-  pacing.Configure(Params(1, 0));
-  EXPECT_EQ(MeasuredAfter(pacing, 12), (std::vector<int>{4, 8, 12}));
-}
+class ProcessorPacingTest : public ::testing::TestWithParam<PacingCase> {
+ protected:
+  void TearDown() override {
+    platform::SetDebugOutputSink({});
+    platform::SetSystemTimesForTests({});
+    platform::SetClockForTests({}, {});
+  }
+};
 
-TEST_F(ProcessorPacingTest, LightPacingMeasuresEverySixthSample) {
-  ProcessorPacing pacing(1);
-  pacing.Configure(Params(1, 1));
-  EXPECT_EQ(MeasuredAfter(pacing, 12), (std::vector<int>{6, 12}));
-}
-
-TEST_F(ProcessorPacingTest, NoPacingWithoutTheMarkerOrWithManyProcessors) {
-  ProcessorPacing four(4);
-  four.Configure(Params(1, 0));
-  EXPECT_TRUE(MeasuredAfter(four, 20).empty());
-  ProcessorPacing unmarked(1);
-  MediaFileParams params = Params(1, 0);
-  params.video.marker = 0;
-  unmarked.Configure(params);
-  EXPECT_TRUE(MeasuredAfter(unmarked, 20).empty());
-  // The audio part's word counts when the video part has no marker.
-  params.audio.marker = FourCC("MDSR");
+TEST_P(ProcessorPacingTest, MeasuresReportsAndSleeps) {
+  const PacingCase& c = GetParam();
+  std::vector<std::u16string> lines;
+  std::vector<uint32_t> sleeps;
+  int64_t now = 1000;
+  platform::SystemTimes times;
+  platform::SetDebugOutputSink([&](std::u16string_view line) { lines.emplace_back(line); });
+  platform::SetClockForTests([&] { return now; },
+                             [&](uint32_t ms) {
+                               sleeps.push_back(ms);
+                               now += ms;
+                             });
+  platform::SetSystemTimesForTests([&](platform::SystemTimes* out) {
+    times.kernel += 1000;  // kernel time includes idle time
+    times.idle += static_cast<uint64_t>(1000 - 10 * c.usage);
+    *out = times;
+    return c.usage >= 0;
+  });
+  MediaFileParams params{};
+  params.video.marker = c.video_marker ? FourCC("MDSR") : 0;
+  params.video.pacing = 1;
+  params.video.lightPacingOrAdditionsMode = c.light ? 1 : 0;
+  params.audio.marker = c.audio_marker ? FourCC("MDSR") : 0;
   params.audio.pacing = 1;
-  unmarked.Configure(params);
-  EXPECT_EQ(MeasuredAfter(unmarked, 4), (std::vector<int>{4}));
+  ProcessorPacing pacing(c.processors);
+  pacing.Configure(params);
+  std::vector<int> measured;
+  for (int i = 1; i <= 12; ++i) {
+    const size_t before = lines.size();
+    const size_t slept = sleeps.size();
+    pacing.Step();
+    if (lines.size() == before) {
+      EXPECT_EQ(sleeps.size(), slept) << "slept without measuring after sample " << i;
+      continue;
+    }
+    measured.push_back(i);
+    EXPECT_EQ(lines.back(), u" ____________________\u3000CPU size[" +
+                                std::u16string(1, u'0' + c.processors) + u"] -- CPU usage[" +
+                                (c.usage < 0      ? u"-1"
+                                 : c.usage == 100 ? u"100"
+                                                  : u"50") +
+                                u"]\u3000 __________________________\n");
+    EXPECT_EQ(
+        std::vector<uint32_t>(sleeps.begin() + static_cast<std::ptrdiff_t>(slept), sleeps.end()),
+        c.sleeps)
+        << "after sample " << i;
+  }
+  EXPECT_EQ(measured, c.measured_after);
 }
 
-TEST_F(ProcessorPacingTest, DebugLineText) {
-  EXPECT_EQ(ProcessorPacing::UsageLine(2, -1),
-            u" ____________________\u3000CPU size[2] -- CPU usage[-1]\u3000 "
-            u"__________________________\n");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Cases, ProcessorPacingTest,
+    ::testing::Values(
+        PacingCase{"TwoProcessorsEveryFourthSample", 2, true, false, false, 50, {4, 8, 12}, {}},
+        PacingCase{"LightEverySixthSample", 1, true, false, true, 50, {6, 12}, {}},
+        PacingCase{"FourProcessorsNever", 4, true, false, false, 100, {}, {}},
+        PacingCase{"NoMarkerNoPacing", 1, false, false, false, 100, {}, {}},
+        PacingCase{"AudioMarkerCounts", 2, false, true, false, 50, {4, 8, 12}, {}},
+        PacingCase{
+            "FullLoadSleepsUntil200Ms", 2, true, false, false, 100, {4, 8, 12}, {100, 66, 50}},
+        PacingCase{"LightFullLoadSleeps30Ms", 1, true, false, true, 100, {6, 12}, {30}},
+        PacingCase{"UnreadableTimesReportMinusOne", 2, true, false, false, -1, {4, 8, 12}, {}}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace
 }  // namespace kx

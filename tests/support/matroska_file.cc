@@ -15,6 +15,9 @@ class Collector : public webm::Callback {
 
   webm::Status OnElementBegin(const webm::ElementMetadata& metadata,
                               webm::Action* action) override {
+    file_.elements.push_back({static_cast<uint32_t>(metadata.id), metadata.position,
+                              metadata.header_size, metadata.size});
+    if (metadata.id == webm::Id::kBlockGroup) group_position_ = metadata.position;
     if (in_segment_ && metadata.position >= file_.segment_data_position &&
         metadata.position < segment_end_ && IsTopLevel(metadata.id)) {
       file_.top_level.push_back({static_cast<uint32_t>(metadata.id), metadata.position,
@@ -58,10 +61,17 @@ class Collector : public webm::Callback {
   webm::Status OnTrackEntry(const webm::ElementMetadata&, const webm::TrackEntry& entry) override {
     TrackInfo track;
     track.number = entry.track_number.value();
+    track.uid = entry.track_uid.value();
     track.type = static_cast<uint64_t>(entry.track_type.value());
     track.codec_id = entry.codec_id.value();
     track.codec_private = entry.codec_private.value();
     track.default_duration = entry.default_duration.value();
+    if (entry.audio.is_present()) {
+      const webm::Audio& audio = entry.audio.value();
+      track.sampling_frequency = audio.sampling_frequency.value();
+      track.channels = audio.channels.value();
+      track.bit_depth = audio.bit_depth.value();
+    }
     if (entry.video.is_present()) {
       const webm::Video& video = entry.video.value();
       track.pixel_width = video.pixel_width.value();
@@ -76,15 +86,17 @@ class Collector : public webm::Callback {
   webm::Status OnClusterBegin(const webm::ElementMetadata& metadata, const webm::Cluster& cluster,
                               webm::Action* action) override {
     cluster_timecode_ = cluster.timecode.value();
+    cluster_position_ = metadata.position;
+    blocks_in_cluster_ = 0;
     file_.cluster_timecodes.push_back(cluster_timecode_);
     file_.cluster_positions.push_back(metadata.position);
     *action = webm::Action::kRead;
     return webm::Status(webm::Status::kOkCompleted);
   }
 
-  webm::Status OnSimpleBlockBegin(const webm::ElementMetadata&, const webm::SimpleBlock& block,
-                                  webm::Action* action) override {
-    BlockInfo& info = BeginBlock(block, action);
+  webm::Status OnSimpleBlockBegin(const webm::ElementMetadata& metadata,
+                                  const webm::SimpleBlock& block, webm::Action* action) override {
+    BlockInfo& info = BeginBlock(metadata.position, block, action);
     info.simple = true;
     info.key = block.is_key_frame;
     return webm::Status(webm::Status::kOkCompleted);
@@ -92,7 +104,7 @@ class Collector : public webm::Callback {
 
   webm::Status OnBlockBegin(const webm::ElementMetadata&, const webm::Block& block,
                             webm::Action* action) override {
-    BeginBlock(block, action);
+    BeginBlock(group_position_, block, action);
     return webm::Status(webm::Status::kOkCompleted);
   }
 
@@ -132,8 +144,11 @@ class Collector : public webm::Callback {
 
  private:
   // Records a block of the current Cluster; its frames follow.
-  BlockInfo& BeginBlock(const webm::Block& block, webm::Action* action) {
+  BlockInfo& BeginBlock(uint64_t position, const webm::Block& block, webm::Action* action) {
     BlockInfo info;
+    info.position = position;
+    info.cluster_position = cluster_position_;
+    info.number = ++blocks_in_cluster_;
     info.cluster_timecode = cluster_timecode_;
     info.track = block.track_number;
     info.relative_time = block.timecode;
@@ -161,6 +176,9 @@ class Collector : public webm::Callback {
   uint64_t segment_end_ = 0;
   uint64_t seek_head_position_ = 0;
   uint64_t cluster_timecode_ = 0;
+  uint64_t cluster_position_ = 0;
+  uint64_t blocks_in_cluster_ = 0;
+  uint64_t group_position_ = 0;
 };
 
 }  // namespace
@@ -176,6 +194,13 @@ std::vector<BlockInfo> MatroskaFile::BlocksOfTrack(uint64_t track) const {
 const TrackInfo* MatroskaFile::Track(uint64_t number) const {
   for (const TrackInfo& track : tracks) {
     if (track.number == number) return &track;
+  }
+  return nullptr;
+}
+
+const Element* MatroskaFile::ElementAt(uint64_t position) const {
+  for (const Element& element : elements) {
+    if (element.position == position) return &element;
   }
   return nullptr;
 }

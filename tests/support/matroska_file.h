@@ -1,5 +1,6 @@
 // Test support: a written Matroska/WebM file read back with libwebm's
-// webm_parser into plain structs, so tests can check layout and blocks.
+// webm_parser into plain structs, so tests can check layout, track entries,
+// blocks and cues with their positions.
 #ifndef KX_TESTS_SUPPORT_MATROSKA_FILE_H_
 #define KX_TESTS_SUPPORT_MATROSKA_FILE_H_
 
@@ -14,7 +15,9 @@ struct TopLevelElement {
   uint64_t position = 0;  // absolute
   uint64_t header_size = 0;
   uint64_t size = 0;  // payload
+  uint64_t end() const { return position + header_size + size; }
 };
+using Element = TopLevelElement;
 
 struct SeekEntry {
   uint64_t seek_head_position = 0;  // absolute position of its SeekHead
@@ -24,6 +27,7 @@ struct SeekEntry {
 
 struct TrackInfo {
   uint64_t number = 0;
+  uint64_t uid = 0;
   uint64_t type = 0;
   std::string codec_id;
   std::vector<uint8_t> codec_private;
@@ -32,9 +36,15 @@ struct TrackInfo {
   uint64_t display_width = 0;
   uint64_t display_height = 0;
   uint64_t default_duration = 0;
+  double sampling_frequency = 0;
+  uint64_t channels = 0;
+  uint64_t bit_depth = 0;
 };
 
 struct BlockInfo {
+  uint64_t position = 0;          // absolute, of the SimpleBlock or BlockGroup
+  uint64_t cluster_position = 0;  // absolute
+  uint64_t number = 0;            // 1-based within its Cluster, as CueBlockNumber counts
   uint64_t cluster_timecode = 0;
   uint64_t track = 0;
   int16_t relative_time = 0;
@@ -64,6 +74,7 @@ struct MatroskaFile {
   uint64_t timecode_scale = 0;
   std::string muxing_app;
   std::vector<TopLevelElement> top_level;  // children of the Segment, in order
+  std::vector<Element> elements;           // every element of the file, in order
   std::vector<SeekEntry> seeks;
   std::vector<TrackInfo> tracks;
   std::vector<uint64_t> cluster_timecodes;
@@ -73,6 +84,8 @@ struct MatroskaFile {
 
   std::vector<BlockInfo> BlocksOfTrack(uint64_t track) const;
   const TrackInfo* Track(uint64_t number) const;
+  // The element that starts at `position` (absolute), or null.
+  const Element* ElementAt(uint64_t position) const;
 };
 
 MatroskaFile ReadMatroskaFile(const std::string& path);

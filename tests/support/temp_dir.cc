@@ -1,5 +1,7 @@
 #include "tests/support/temp_dir.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -13,11 +15,23 @@
 namespace kx::test {
 
 TempDir::TempDir() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "kx_test_XXXXXX").string();
+  const char* base = std::getenv("KX_TEST_TMPDIR");
+  const std::filesystem::path root = base != nullptr && *base != '\0'
+                                         ? std::filesystem::path(base)
+                                         : std::filesystem::temp_directory_path();
+  std::filesystem::create_directories(root);
+  std::string name = "kx_test";
+  if (const auto* info = ::testing::UnitTest::GetInstance()->current_test_info()) {
+    name = std::string(info->test_suite_name()) + "." + info->name();
+    for (char& c : name) {
+      if (c == '/') c = '_';  // parameterised names
+    }
+  }
+  std::string pattern = (root / (name + "_XXXXXX")).string();
   std::vector<char> buffer(pattern.begin(), pattern.end());
   buffer.push_back('\0');
   if (mkdtemp(buffer.data()) == nullptr) {
-    throw std::runtime_error("mkdtemp failed");
+    throw std::runtime_error("mkdtemp failed for " + pattern);
   }
   path_ = buffer.data();
 }

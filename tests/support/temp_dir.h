@@ -1,5 +1,7 @@
-// A fresh directory under the system's temporary directory, removed with
-// everything in it when the object goes away.
+// A fresh directory for one test, removed with everything in it when the
+// object goes away. It lives under KX_TEST_TMPDIR (the build tree's
+// test-tmp, set by CMake) so that build trees never share files; mkdtemp
+// keeps parallel test processes apart. Nothing is cached between runs.
 #ifndef KX_TESTS_SUPPORT_TEMP_DIR_H_
 #define KX_TESTS_SUPPORT_TEMP_DIR_H_
 
@@ -16,6 +18,8 @@ class TempDir {
   ~TempDir();
 
   const std::filesystem::path& path() const { return path_; }
+  // `name` inside the directory, as UTF-8.
+  std::string Path(const std::string& name) const { return (path_ / name).string(); }
   // `name` inside the directory, as UTF-16 for the module's wide-name calls.
   std::u16string WidePath(std::u16string_view name) const;
 

@@ -1,0 +1,379 @@
+// Whole Matroska files written through the single-stream function table with
+// synthetic samples, read back with libwebm's parser: the cluster grid,
+// millisecond rounding, ReferenceBlock, Cues, track entries, CodecPrivate,
+// the layout written at close, and what must not leak from one file into
+// the next.
+#include <gtest/gtest.h>
+#include <webm/id.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "src/platform/clock.h"
+#include "src/platform/crt_rand.h"
+#include "tests/support/matroska_file.h"
+#include "tests/support/table_host.h"
+#include "tests/support/temp_dir.h"
+
+namespace kx::test {
+namespace {
+
+constexpr uint32_t Id(webm::Id id) { return static_cast<uint32_t>(id); }
+constexpr int64_t kMs = kTicksPerMs;
+
+class MkvFileTest : public ::testing::Test {
+ protected:
+  // 800 000 000 s after 2001-01-01: DateUTC needs all 8 bytes.
+  void SetUp() override { platform::PinCurrentUnixTime(978307200 + 800000000); }
+  void TearDown() override { platform::PinCurrentUnixTime(std::nullopt); }
+
+  MatroskaFile Make(const MediaFileParams& params, const std::function<void(TableFile&)>& feed,
+                    const std::string& name = "out.mkv") {
+    path_ = dir_.Path(name);
+    TableFile file(Row("MKV "), dir_.WidePath(std::u16string(name.begin(), name.end())), params);
+    EXPECT_TRUE(file.ok());
+    feed(file);
+    file.Close();
+    return ReadMatroskaFile(path_);
+  }
+
+  TempDir dir_;
+  std::string path_;
+};
+
+MediaFileParams Vp9Ac3() { return FileParams("MKV ", "VP9 ", 320, 240, 25, "AC3 ", 48000, 2); }
+MediaFileParams Vp9Only() { return FileParams("MKV ", "VP9 ", 320, 240, 25, nullptr, 0, 0); }
+
+// Cluster grid and millisecond rounding: video blocks at the given times
+// (100-ns units; key unless `delta`), read back as Cluster Timecode,
+// relative timecode and ReferenceBlock (kNone: none).
+constexpr int64_t kNone = 1;
+struct GridCase {
+  const char* name;
+  std::vector<std::pair<int64_t, bool>> frames;  // start, key
+  std::vector<int64_t> clusters;
+  std::vector<std::vector<int64_t>> blocks;  // cluster timecode, relative time, reference
+};
+
+class ClusterGridTest : public MkvFileTest, public ::testing::WithParamInterface<GridCase> {};
+
+TEST_P(ClusterGridTest, BlocksLandOnTheGrid) {
+  const GridCase& c = GetParam();
+  const MatroskaFile file = Make(Vp9Only(), [&](TableFile& f) {
+    for (const auto& [start, key] : c.frames) f.Video(Bytes(8, 1), start, 400000, key);
+  });
+  ASSERT_TRUE(file.parsed);
+  EXPECT_EQ(file.cluster_timecodes, std::vector<uint64_t>(c.clusters.begin(), c.clusters.end()));
+  const auto blocks = file.BlocksOfTrack(2);
+  ASSERT_EQ(blocks.size(), c.blocks.size());
+  for (size_t i = 0; i < blocks.size(); ++i) {
+    EXPECT_EQ(static_cast<int64_t>(blocks[i].cluster_timecode), c.blocks[i][0]) << i;
+    EXPECT_EQ(blocks[i].relative_time, c.blocks[i][1]) << i;
+    const std::vector<int64_t> refs =
+        c.blocks[i][2] == kNone ? std::vector<int64_t>{} : std::vector<int64_t>{c.blocks[i][2]};
+    EXPECT_EQ(blocks[i].references, refs) << i;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, ClusterGridTest,
+    ::testing::Values(GridCase{"On300Next301",
+                               {{0, true}, {300 * kMs, false}, {301 * kMs, false}},
+                               {0, 300},
+                               {{0, 0, kNone}, {0, 300, -300}, {300, 1, -1}}},
+                      GridCase{
+                          "At600And601AfterAGap",
+                          {{0, true}, {10 * kMs, false}, {600 * kMs, true}, {601 * kMs, false}},
+                          {0, 300, 600},
+                          {{0, 0, kNone}, {0, 10, -10}, {300, 300, kNone}, {600, 1, -1}}},
+                      GridCase{"JumpOfTenSecondsWritesNoEmptyClusters",
+                               {{0, true}, {10000 * kMs, true}},
+                               {0, 9900},
+                               {{0, 0, kNone}, {9900, 100, kNone}}},
+                      GridCase{"TimesCountFromTheFirstBlock",
+                               {{1000 * kMs, true}, {1300 * kMs, false}, {1301 * kMs, false}},
+                               {0, 300},
+                               {{0, 0, kNone}, {0, 300, -300}, {300, 1, -1}}},
+                      GridCase{"MillisecondsRoundHalfUp",
+                               {{0, true}, {14999, false}, {15000, false}, {-15000, false}},
+                               {0},
+                               {{0, 0, kNone}, {0, 1, -1}, {0, 2, 0}, {0, -1, 3}}},
+                      GridCase{"KeyFrameAtTheSameStartRefersToIt",
+                               {{0, true}, {40 * kMs, true}, {40 * kMs, true}},
+                               {0},
+                               {{0, 0, kNone}, {0, 40, kNone}, {0, 40, 0}}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// Cue points: the first video key frame of each Cluster, pointing at that
+// Cluster, with CueBlockNumber counting the video blocks of the Cluster up
+// to it when it is not the Cluster's first block.
+TEST_F(MkvFileTest, CuesPointAtTheClusterAndBlockOfEachFirstKeyFrame) {
+  const MatroskaFile file = Make(Vp9Ac3(), [](TableFile& f) {
+    for (int i = 0; i < 60; ++i) {
+      f.Audio(Bytes(6, 2), i * 40 * kMs + 5 * kMs, 40 * kMs);  // audio opens each Cluster
+      f.Video(Bytes(9, 3), i * 40 * kMs + 10 * kMs, 40 * kMs, i % 4 == 0);
+    }
+  });
+  ASSERT_TRUE(file.parsed);
+  std::vector<CueInfo> expected;
+  uint64_t last_cluster = 0;
+  uint64_t video_in_cluster = 0;
+  for (const BlockInfo& block : file.blocks) {
+    if (block.cluster_position != last_cluster) video_in_cluster = 0;
+    last_cluster = block.cluster_position;
+    if (block.track != 2) continue;
+    ++video_in_cluster;
+    const bool cued = std::any_of(expected.begin(), expected.end(), [&](const CueInfo& cue) {
+      return cue.cluster_position == block.cluster_position - file.segment_data_position;
+    });
+    if (block.key && !cued) {
+      expected.push_back({static_cast<uint64_t>(block.time()), 2,
+                          block.cluster_position - file.segment_data_position, block.number > 1,
+                          block.number > 1 ? video_in_cluster : 0});
+    }
+  }
+  ASSERT_GT(expected.size(), 4U);
+  ASSERT_EQ(file.cues.size(), expected.size());
+  for (size_t i = 0; i < expected.size(); ++i) {
+    const CueInfo& cue = file.cues[i];
+    EXPECT_EQ(cue.time, expected[i].time) << i;
+    EXPECT_EQ(cue.track, 2U) << i;
+    EXPECT_EQ(cue.cluster_position, expected[i].cluster_position) << i;
+    const Element* target = file.ElementAt(cue.cluster_position + file.segment_data_position);
+    ASSERT_NE(target, nullptr) << i;
+    EXPECT_EQ(target->id, Id(webm::Id::kCluster)) << i;
+    EXPECT_EQ(cue.has_block_number, expected[i].has_block_number) << i;
+    if (cue.has_block_number) EXPECT_EQ(cue.block_number, expected[i].block_number) << i;
+  }
+}
+
+// Every TrackEntry child a reader depends on, for the parameters a host sends.
+struct TrackCase {
+  const char* name;
+  MediaFileParams params;
+  int aspect_numerator, aspect_denominator;  // SetDisplayAspectRatio, 0: not called
+  const char* video_codec;
+  uint64_t default_duration, pixel_height, display_width, display_height;
+  Bytes video_private;
+  const char* audio_codec;
+  Bytes audio_private;
+};
+
+MediaFileParams WithHeight(MediaFileParams params, int height, int bit_count) {
+  params.video.height = height;
+  params.video.bitCount = bit_count;
+  return params;
+}
+
+class TrackEntryTest : public MkvFileTest, public ::testing::WithParamInterface<TrackCase> {};
+
+TEST_P(TrackEntryTest, ChildrenReadersDependOn) {
+  const TrackCase& c = GetParam();
+  if (c.aspect_numerator != 0) {
+    AspectRatioRecord aspect{};
+    aspect.numerator = c.aspect_numerator;
+    aspect.denominator = c.aspect_denominator;
+    Row("MKV ").SetDisplayAspectRatio(&aspect);
+  }
+  const MatroskaFile file = Make(c.params, [](TableFile& f) {
+    f.Video(Bytes(8, 1), 0, 400000, true);
+    f.Audio(Bytes(8, 2), 0, 320000);
+  });
+  ASSERT_TRUE(file.parsed);
+  ASSERT_EQ(file.tracks.size(), 2U);
+  const TrackInfo& video = file.tracks[0];
+  const TrackInfo& audio = file.tracks[1];
+  EXPECT_EQ(video.number, 2U);
+  EXPECT_EQ(video.type, 1U);
+  EXPECT_EQ(video.codec_id, c.video_codec);
+  EXPECT_EQ(video.default_duration, c.default_duration);
+  EXPECT_EQ(video.pixel_width, static_cast<uint64_t>(c.params.video.width));
+  EXPECT_EQ(video.pixel_height, c.pixel_height);
+  EXPECT_EQ(video.display_width, c.display_width);
+  EXPECT_EQ(video.display_height, c.display_height);
+  EXPECT_EQ(video.codec_private, c.video_private);
+  EXPECT_EQ(audio.number, 3U);
+  EXPECT_EQ(audio.type, 2U);
+  EXPECT_EQ(audio.codec_id, c.audio_codec);
+  EXPECT_EQ(audio.sampling_frequency, c.params.audio.sampleRate);
+  EXPECT_EQ(audio.channels, static_cast<uint64_t>(c.params.audio.channels));
+  EXPECT_EQ(audio.bit_depth, 16U);
+  EXPECT_EQ(audio.codec_private, c.audio_private);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, TrackEntryTest,
+    ::testing::Values(
+        TrackCase{"Vp9At25", Vp9Ac3(), 0, 0, "V_VP9", 40000000, 240, 4, 3, {}, "A_AC3", {}},
+        TrackCase{"XvidAt2997WithAspect",
+                  FileParams("MKV ", "Xvid", 1920, 1080, 29.97, "MP3 ", 44100, 1),
+                  8,
+                  6,
+                  "V_MPEG4/ISO/ASP",
+                  33366700,
+                  1080,
+                  4,
+                  3,
+                  {},
+                  "A_MPEG/L3",
+                  {}},
+        TrackCase{
+            "FallbackRecords",
+            WithHeight(FileParams("MKV ", "abcd", 640, 0, 50, "KAAC", 22050, 2), -480, 24),
+            0,
+            0,
+            "V_MS/VFW/FOURCC",
+            20000000,
+            480,
+            4,
+            3,
+            {40, 0, 0, 0, 0x80, 2, 0, 0, 0x20, 0xFE, 0xFF, 0xFF, 1, 0, 24, 0, 'a', 'b', 'c', 'd',
+             0,  0, 0, 0, 0,    0, 0, 0, 0,    0,    0,    0,    0, 0, 0,  0, 0,   0,   0,   0},
+            "A_MS/VFW/FOURCC",
+            {'K', 'A', 2, 0, 0x22, 0x56, 0, 0, 0x88, 0x58, 1, 0, 0, 0, 16, 0, 18, 0}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// Codec configuration before the first flush gets its own size; after it,
+// the reservation (1024 bytes) keeps its size and takes the data at its start.
+TEST_F(MkvFileTest, CodecPrivateBeforeAndAfterTheFirstFlush) {
+  const Bytes asc = {0x11, 0x90};
+  const Bytes sps = {0x67, 0x64, 0x00, 0x1F, 0xAC};
+  const Bytes pps = {0x68, 0xEE};
+  const Bytes avcc = {1,    0x64, 0x00, 0x1F, 0xFF, 0xE1, 0, 5,    0x67,
+                      0x64, 0x00, 0x1F, 0xAC, 1,    0,    2, 0x68, 0xEE};
+  for (const bool late : {false, true}) {
+    const MatroskaFile file =
+        Make(FileParams("MKV ", "K264", 320, 240, 25, "AAC ", 48000, 2), [&](TableFile& f) {
+          if (!late) f.AudioExtra(asc);
+          if (!late) f.VideoExtra(sps, pps);
+          for (int i = 0; i < 8; ++i) {
+            f.Video(Bytes(8, 1), i * 40 * kMs, 40 * kMs, i == 0);
+            f.Audio(Bytes(8, 2), i * 40 * kMs, 40 * kMs);
+          }
+          if (late) f.AudioExtra(asc);
+          if (late) f.VideoExtra(sps, pps);
+          f.AudioExtra(Bytes(1025, 7));  // never fits: ignored
+        });
+    ASSERT_TRUE(file.parsed) << late;
+    Bytes audio = asc;
+    Bytes video = avcc;
+    if (late) {
+      audio.resize(1024);
+      video.resize(1024);
+    }
+    EXPECT_EQ(file.Track(3)->codec_private, audio) << late;
+    EXPECT_EQ(file.Track(2)->codec_private, video) << late;
+  }
+}
+
+// Duration at close: the audio sum when it is within a second of the last
+// block, else the last block's start + 1; a short video-only file keeps 0.
+TEST_F(MkvFileTest, DurationAtClose) {
+  const struct {
+    const char* name;
+    MediaFileParams params;
+    int frames, audio_frames;
+    double duration;
+  } cases[] = {{"AudioSum", Vp9Ac3(), 250, 100, 10000.0},
+               {"VideoOnly", Vp9Only(), 250, 0, 9961.0},
+               {"ShortVideoOnly", Vp9Only(), 20, 0, 0.0}};
+  for (const auto& c : cases) {
+    const MatroskaFile file = Make(c.params, [&](TableFile& f) {
+      for (int i = 0; i < c.frames; ++i) f.Video(Bytes(4, 1), i * 40 * kMs, 40 * kMs, i % 25 == 0);
+      for (int i = 0; i < c.audio_frames; ++i) f.Audio(Bytes(4, 2), i * 100 * kMs, 100 * kMs);
+    });
+    ASSERT_TRUE(file.parsed) << c.name;
+    EXPECT_DOUBLE_EQ(file.duration, c.duration) << c.name;
+  }
+}
+
+// The layout finished at close: SeekHead and a Void filling the reserved
+// 4099 bytes exactly up to Info, Seek entries that point at their elements,
+// the Segment size, DateUTC.
+TEST_F(MkvFileTest, LayoutWrittenAtClose) {
+  const MatroskaFile file = Make(Vp9Ac3(), [](TableFile& f) {
+    for (int i = 0; i < 50; ++i) {
+      f.Video(Bytes(10, 1), i * 40 * kMs, 40 * kMs, i % 10 == 0);
+      f.Audio(Bytes(6, 2), i * 40 * kMs, 40 * kMs);
+    }
+  });
+  ASSERT_TRUE(file.parsed);
+  EXPECT_EQ(file.doc_type, "webm");  // VP9 video
+  EXPECT_EQ(file.doc_type_version, 1U);
+  EXPECT_EQ(file.muxing_app, "Tarnwhistle Matroska Muxer");
+  EXPECT_EQ(file.timecode_scale, 1000000U);
+  EXPECT_EQ(file.segment_size, std::filesystem::file_size(path_) - file.segment_data_position);
+  std::vector<uint32_t> order;
+  for (const auto& e : file.top_level) {
+    if (order.empty() || order.back() != e.id || e.id != Id(webm::Id::kCluster)) {
+      order.push_back(e.id);
+    }
+  }
+  EXPECT_EQ(order, (std::vector<uint32_t>{Id(webm::Id::kSeekHead), Id(webm::Id::kVoid),
+                                          Id(webm::Id::kInfo), Id(webm::Id::kTracks),
+                                          Id(webm::Id::kCluster), Id(webm::Id::kCues),
+                                          Id(webm::Id::kSeekHead)}));
+  const uint64_t data = file.segment_data_position;
+  EXPECT_EQ(file.top_level[0].position, data);
+  EXPECT_EQ(file.top_level[1].end(), file.top_level[2].position);  // Void up to Info
+  EXPECT_EQ(file.top_level[2].position - data, 4099U);
+  std::vector<uint32_t> main_ids;
+  std::vector<uint64_t> cluster_seeks;
+  for (const SeekEntry& seek : file.seeks) {
+    const Element* target = file.ElementAt(seek.position + data);
+    ASSERT_NE(target, nullptr) << std::hex << seek.id;
+    EXPECT_EQ(target->id, seek.id);
+    if (seek.seek_head_position == data) main_ids.push_back(seek.id);
+    if (seek.id == Id(webm::Id::kCluster)) cluster_seeks.push_back(target->position);
+  }
+  EXPECT_EQ(main_ids, (std::vector<uint32_t>{Id(webm::Id::kInfo), Id(webm::Id::kTracks),
+                                             Id(webm::Id::kCues), Id(webm::Id::kSeekHead)}));
+  EXPECT_EQ(cluster_seeks, file.cluster_positions);
+  const std::string bytes = ReadFileBytes(path_);
+  const std::string date_utc("\x44\x61\x88\x0B\x1A\x2B\xC2\xEC\x50\x00\x00", 11);
+  EXPECT_NE(bytes.find(date_utc), std::string::npos);
+}
+
+TEST_F(MkvFileTest, NoSamplesLeaveAnEmptyFileAndNoVideoKeepsTrackThree) {
+  Make(Vp9Ac3(), [](TableFile&) {});
+  EXPECT_EQ(std::filesystem::file_size(path_), 0U);
+  const MatroskaFile file =
+      Make(FileParams("MKV ", nullptr, 0, 0, 0, "AC3 ", 48000, 2), [](TableFile& f) {
+        for (int i = 0; i < 8; ++i) f.Audio(Bytes(4, 2), i * 32 * kMs, 32 * kMs);
+      });
+  ASSERT_TRUE(file.parsed);
+  ASSERT_EQ(file.tracks.size(), 1U);
+  EXPECT_EQ(file.tracks[0].number, 3U);
+  EXPECT_EQ(file.BlocksOfTrack(3).size(), 8U);
+  EXPECT_TRUE(file.cues.empty());
+}
+
+// Two files in a row through the table: the display aspect of the first
+// does not reach the second, and the track UIDs continue the runtime's
+// random sequence.
+TEST_F(MkvFileTest, NothingLeaksIntoTheNextFile) {
+  platform::ResetCrtRand();
+  AspectRatioRecord aspect{};
+  aspect.numerator = 16;
+  aspect.denominator = 9;
+  Row("MKV ").SetDisplayAspectRatio(&aspect);
+  const auto feed = [](TableFile& f) {
+    f.Video(Bytes(8, 1), 0, 400000, true);
+    f.Audio(Bytes(8, 2), 0, 320000);
+  };
+  const MatroskaFile first = Make(Vp9Ac3(), feed, "first.mkv");
+  const MatroskaFile second = Make(Vp9Ac3(), feed, "second.mkv");
+  ASSERT_TRUE(first.parsed && second.parsed);
+  EXPECT_EQ(first.tracks[0].display_width, 16U);
+  EXPECT_EQ(second.tracks[0].display_width, 4U);
+  EXPECT_EQ(first.tracks[0].uid, 41U);
+  EXPECT_EQ(first.tracks[1].uid, 18467U);
+  EXPECT_EQ(second.tracks[0].uid, 6334U);
+  EXPECT_EQ(second.tracks[1].uid, 26500U);
+}
+
+}  // namespace
+}  // namespace kx::test

@@ -1,0 +1,85 @@
+#include "tests/support/table_host.h"
+
+#include <cstring>
+#include <stdexcept>
+
+namespace kx::test {
+namespace {
+
+uint32_t Code(const char* text) {
+  uint32_t code = 0;
+  std::memcpy(&code, text, 4);
+  return code;
+}
+
+}  // namespace
+
+const FileFormat& Row(const char* container) {
+  for (const FileFormat* row = GetFileFormats(); row->fourcc != 0; ++row) {
+    if (row->fourcc == Code(container)) return *row;
+  }
+  throw std::runtime_error(std::string("no catalogue row ") + container);
+}
+
+MediaFileParams FileParams(const char* container, const char* video, int width, int height,
+                           double fps, const char* audio, int sample_rate, int channels) {
+  MediaFileParams params{};
+  params.containerFourcc = Code(container);
+  params.noVideo = video == nullptr ? 1 : 0;
+  if (video != nullptr) {
+    params.video.fourcc = Code(video);
+    params.video.width = width;
+    params.video.height = height;
+    params.video.frameRate = fps;
+  }
+  params.noAudio = audio == nullptr ? 1 : 0;
+  if (audio != nullptr) {
+    params.audio.fourcc = Code(audio);
+    params.audio.sampleRate = sample_rate;
+    params.audio.channels = channels;
+    params.audio.bitsPerSample = 16;
+  }
+  return params;
+}
+
+TableFile::TableFile(const FileFormat& row, const std::u16string& path,
+                     const MediaFileParams& params)
+    : row_(row), handle_(row.CreateMediaFile(path.c_str(), &params)) {}
+
+int32_t TableFile::Video(Bytes data, int64_t start, int64_t duration, bool key) {
+  MediaSample sample{};
+  sample.videoData = data.data();
+  sample.videoSize = static_cast<int32_t>(data.size());
+  sample.keyframe = key ? 1 : 0;
+  sample.start = start;
+  sample.duration = static_cast<int32_t>(duration);
+  return row_.WriteVideoData(handle_, &sample);
+}
+
+int32_t TableFile::Audio(const Bytes& data, int64_t start, int64_t duration) {
+  Bytes copy = data;
+  MediaSample sample{};
+  sample.audioData = copy.data();
+  sample.audioSize = static_cast<int32_t>(copy.size());
+  sample.start = start;
+  sample.duration = static_cast<int32_t>(duration);
+  return row_.WriteAudioData(handle_, &sample, nullptr);
+}
+
+void TableFile::VideoExtra(const Bytes& first, const Bytes& second) {
+  row_.WriteVideoExtraData(handle_, second.data(), static_cast<int32_t>(second.size()),
+                           first.data(), static_cast<int32_t>(first.size()));
+}
+
+void TableFile::AudioExtra(const Bytes& config) {
+  row_.WriteAudioExtraData(handle_, config.data(), static_cast<int32_t>(config.size()));
+}
+
+int32_t TableFile::Close() {
+  if (handle_ == nullptr) return 0;
+  const int32_t result = row_.CloseMediaFile(handle_);
+  handle_ = nullptr;
+  return result;
+}
+
+}  // namespace kx::test
