@@ -8,6 +8,7 @@ packages=(
   cmake g++ make pkg-config libgtest-dev python3
   ffmpeg mkvtoolnix libwebm-dev libavformat-dev libavcodec-dev libavutil-dev
   clang libclang-rt-14-dev
+  dpkg-dev unzip
 )
 if [ "${1:-}" = "--windows" ]; then
   packages+=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64)

@@ -108,7 +108,9 @@ int Run(const std::vector<std::string>& args) {
     return kExitUsage;
   }
   if (options.input.empty()) {
-    options.input = KXMUX_SAMPLE_PATH;
+    const std::string installed_sample = ExecutableDir() + "/" KXMUX_INSTALLED_SAMPLE;
+    options.input =
+        access(installed_sample.c_str(), R_OK) == 0 ? installed_sample : KXMUX_SAMPLE_PATH;
     if (access(options.input.c_str(), R_OK) != 0) {
       return Fail("the bundled sample " + options.input + " cannot be read");
     }
@@ -186,9 +188,13 @@ int Run(const std::vector<std::string>& args) {
     unlink(part.c_str());
     return Fail("cannot rename " + part + " to " + options.output + ": " + reason);
   }
-  if (!options.quiet) {
-    std::string row_name = kxmux::FourccText(row->fourcc);
-    row_name.erase(row_name.find_last_not_of(' ') + 1);
+  std::string row_name = kxmux::FourccText(row->fourcc);
+  row_name.erase(row_name.find_last_not_of(' ') + 1);
+  if (options.json) {
+    std::fputs(
+        kxmux::FormatSummaryJson(*summary, {options.output, module->path(), row_name}).c_str(),
+        stdout);
+  } else if (!options.quiet) {
     std::printf("kxmux: wrote %s (%s row of %s) in %.2f s\n%s", options.output.c_str(),
                 row_name.c_str(), module->path().c_str(), seconds,
                 kxmux::FormatSummary(*summary).c_str());

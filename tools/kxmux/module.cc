@@ -54,6 +54,7 @@ const FileFormat* Module::FindRow(uint32_t fourcc) const {
 std::string DefaultModulePath(const std::string& executable_dir) {
   const std::vector<std::string> candidates = {
       executable_dir + "/libkx_mkv.so",
+      executable_dir + "/" KXMUX_INSTALLED_MODULE,
       executable_dir + "/../libkx_mkv.so",
       executable_dir + "/../../libkx_mkv.so",
   };

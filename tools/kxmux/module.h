@@ -38,9 +38,10 @@ class Module {
 };
 
 // Where the module is looked for when --module is not given: next to the
-// executable, then up to two directories above it (the top of the build tree
-// when kxmux runs from tools/kxmux/ there). Returns the first that exists, or
-// the first candidate when none does.
+// executable, in the library directory of an installed tree, then up to two
+// directories above the executable (the top of the build tree when kxmux runs
+// from tools/kxmux/ there). Returns the first that exists, or the first
+// candidate when none does.
 std::string DefaultModulePath(const std::string& executable_dir);
 
 }  // namespace kxmux

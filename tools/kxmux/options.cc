@@ -33,22 +33,28 @@ std::string Stem(std::string_view path) {
 std::string UsageText() {
   return "usage: kxmux [options] [INPUT] [OUTPUT]\n"
          "\n"
-         "Remuxes INPUT (any file FFmpeg can read) into a Matroska or WebM file\n"
-         "through the kx_mkv module. Without INPUT the bundled sample is used;\n"
-         "without OUTPUT the file goes to out/<input name>.<format extension>.\n"
+         "Remuxes INPUT (any file FFmpeg can read) into a Matroska or WebM file through the\n"
+         "kx_mkv module. Without INPUT the bundled sample is used; without OUTPUT the file\n"
+         "goes to out/<input name>.<format extension>.\n"
          "\n"
          "options:\n"
-         "  --format MKV|KMKV|HMKV|MKA|WEBM  catalogue row (default: from OUTPUT's\n"
-         "                                   extension .mkv/.mka/.webm, else MKV)\n"
-         "  --video-fourcc CODE  module FourCC for the video, e.g. H264 (conversion\n"
-         "                       path), I264 (NAL-unit path), K264, HEVC, Xvid\n"
+         "  --format ROW         catalogue row MKV, KMKV, HMKV, MKA or WEBM (default: from "
+         "OUTPUT's extension)\n"
+         "  --video-fourcc CODE  module FourCC for the video: H264 (default), I264, K264, havc, "
+         "HEVC, Xvid, ...\n"
          "  --audio-fourcc CODE  module FourCC for the audio, e.g. AAC or WAAC\n"
          "  --any-codec          allow codecs that the chosen row does not list\n"
-         "  --no-video, --no-audio  leave that stream out\n"
+         "  --no-video           leave the video stream out\n"
+         "  --no-audio           leave the audio stream out\n"
          "  --log FILE           append the module's log lines to FILE\n"
-         "  --module PATH        the module to load (default: libkx_mkv.so of this build)\n"
+         "  --module PATH        the module to load (default: the libkx_mkv.so of this build or "
+         "install)\n"
+         "  --json               print the summary as one JSON object on stdout\n"
          "  -q, --quiet          print errors only\n"
-         "  -h, --help           show this text\n";
+         "  -h, --help           show this text\n"
+         "\n"
+         "exit status: 0 written; 1 failed (one 'kxmux: error:' line on stderr, no OUTPUT);\n"
+         "2 wrong usage; 128+N stopped by signal N (130 for Ctrl-C), no OUTPUT\n";
 }
 
 std::optional<Options> ParseCommandLine(const std::vector<std::string>& args, std::string* error) {
@@ -105,6 +111,10 @@ std::optional<Options> ParseCommandLine(const std::vector<std::string>& args, st
       }
     } else if (name == "--no-video") {
       if (!flag(&options.no_video)) {
+        return std::nullopt;
+      }
+    } else if (name == "--json") {
+      if (!flag(&options.json)) {
         return std::nullopt;
       }
     } else if (name == "--no-audio") {

@@ -22,6 +22,7 @@ struct Options {
   bool any_codec = false;
   bool no_video = false;
   bool no_audio = false;
+  bool json = false;  // the summary as one JSON object on stdout
   bool help = false;
 };
 

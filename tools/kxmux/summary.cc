@@ -44,6 +44,7 @@ class SummaryCallback : public webm::Callback {
                             const webm::TrackEntry& entry) override {
     TrackSummary track;
     track.number = entry.track_number.value();
+    track.track_type = static_cast<uint64_t>(entry.track_type.value());
     switch (entry.track_type.value()) {
       case webm::TrackType::kVideo:
         track.type = "video";
@@ -51,8 +52,11 @@ class SummaryCallback : public webm::Callback {
       case webm::TrackType::kAudio:
         track.type = "audio";
         break;
+      case webm::TrackType::kSubtitle:
+        track.type = "subtitle";
+        break;
       default:
-        track.type = "type " + std::to_string(static_cast<int>(entry.track_type.value()));
+        track.type = "type " + std::to_string(track.track_type);
         break;
     }
     track.codec_id = WithoutTrailingNuls(entry.codec_id.value());

@@ -12,7 +12,8 @@ namespace kxmux {
 
 struct TrackSummary {
   uint64_t number = 0;
-  std::string type;  // "video", "audio", or the TrackType number
+  uint64_t track_type = 0;  // TrackType: 1 video, 2 audio, 17 subtitle, ...
+  std::string type;         // "video", "audio", "subtitle", or "type N"
   std::string codec_id;
   uint64_t width = 0;             // video
   uint64_t height = 0;            // video
@@ -35,6 +36,16 @@ std::optional<FileSummary> ReadFileSummary(const std::string& path, std::string*
 
 // The summary as printed by kxmux, one item per line, indented by two blanks.
 std::string FormatSummary(const FileSummary& summary);
+
+// Where the file came from, for the JSON form.
+struct SummarySource {
+  std::string file;         // the file written
+  std::string module_path;  // the module that wrote it
+  std::string row;          // its catalogue row, without trailing blanks ("MKV")
+};
+
+// The summary as one JSON object on one line (the schema is in the README).
+std::string FormatSummaryJson(const FileSummary& summary, const SummarySource& source);
 
 }  // namespace kxmux
 

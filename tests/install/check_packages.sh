@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Makes both packages from the built trees with scripts/package.sh and checks
+# their exact file lists, a kxmux run from the unpacked .deb and the tables of
+# the DLL in the .zip. Usage: check_packages.sh SOURCE_DIR LINUX_BUILD WINDOWS_BUILD WORK_DIR
+set -euo pipefail
+source_dir=$1 work=$4
+for tool in dpkg-deb unzip x86_64-w64-mingw32-objdump; do
+  command -v "$tool" >/dev/null || { echo "$tool is missing" >&2; [ "${CI:-}" = true ] && exit 1 || exit 77; }
+done
+rm -rf "$work"
+KX_LINUX_BUILD_DIR=$2 KX_WINDOWS_BUILD_DIR=$3 "$source_dir/scripts/package.sh" --no-build "$work" \
+  >"$work.log" 2>&1 || { cat "$work.log"; exit 1; }
+
+expect() {  # expect WHAT ACTUAL EXPECTED...
+  local what=$1 actual=$2
+  shift 2
+  [ "$actual" = "$(printf '%s\n' "$@")" ] || { echo "FAIL: $what: got"$'\n'"$actual" >&2; exit 1; }
+  echo "ok: $what"
+}
+deb=$(echo "$work"/*.deb)
+expect "files of the .deb" "$(dpkg-deb -c "$deb" | awk '$1 !~ /^d/ {print $6}' | sort)" \
+  ./usr/bin/kxmux ./usr/include/kx_mkv/kx_mkv.h ./usr/lib/cmake/kx_mkv/kx_mkv-config-version.cmake \
+  ./usr/lib/cmake/kx_mkv/kx_mkv-config.cmake ./usr/lib/libYR_Log.so ./usr/lib/libYR_Utility.so \
+  ./usr/lib/libkx_mkv.so ./usr/lib/libkx_mkv.so.1 ./usr/lib/libkx_mkv.so.1.0 \
+  ./usr/lib/pkgconfig/kx_mkv.pc ./usr/share/doc/kx_mkv/{README.md,compatibility.md,host-guide.md} \
+  ./usr/share/kx_mkv/{README.md,sample.mp4}
+expect "package name" "$(dpkg-deb -f "$deb" Package)" kx-mkv
+# Unpacked anywhere, its kxmux remuxes its sample through its module.
+dpkg-deb -x "$deb" "$work/deb"
+(cd "$work" && deb/usr/bin/kxmux --json) >"$work/deb.json"
+grep -qF "\"path\":\"$work/deb/usr/lib/libkx_mkv.so.1.0\"" "$work/deb.json"
+
+zip=$(echo "$work"/*.zip)
+expect "files of the .zip" "$(unzip -Z1 "$zip" | grep -v '/$' | sort)" \
+  bin/kx_mkv.dll include/kx_mkv/kx_mkv.h share/doc/kx_mkv/{README.md,compatibility.md,host-guide.md}
+unzip -q "$zip" bin/kx_mkv.dll -d "$work/zip"
+bash "$source_dir/tests/windows/check_dll_tables.sh" "$work/zip/bin/kx_mkv.dll"
