@@ -1,15 +1,15 @@
-# The installed tree, the packages and kxmux's JSON summary, as a host, a
-# packager and a script see them.
+# The installed tree, the packages and kxmux --json as a host, a packager and a script see them.
 find_package(Python3 COMPONENTS Interpreter REQUIRED)
 set(kx_install_work ${CMAKE_CURRENT_BINARY_DIR}/install_work)
+# A sanitized module loads only into a sanitized program.
+set(kx_consumer_flags $<$<BOOL:${KX_SANITIZE}>:-DCMAKE_C_FLAGS=-fsanitize=address,undefined>)
 add_test(NAME install.consumer
   COMMAND bash ${CMAKE_CURRENT_LIST_DIR}/consumer.sh ${PROJECT_SOURCE_DIR} ${CMAKE_BINARY_DIR}
-          ${kx_install_work}/consumer)
+          ${kx_install_work}/consumer ${kx_consumer_flags} COMMAND_EXPAND_LISTS)
 add_test(NAME install.packages
   COMMAND bash ${CMAKE_CURRENT_LIST_DIR}/check_packages.sh ${PROJECT_SOURCE_DIR}
           ${CMAKE_BINARY_DIR} ${KX_WINDOWS_BUILD_DIR} ${kx_install_work}/packages)
-# Without kxmux the script gets a path that does not exist, and fails.
-set(kx_json_kxmux ${CMAKE_CURRENT_BINARY_DIR}/kxmux-not-built)
+set(kx_json_kxmux kxmux-not-built)  # fails the test
 if(TARGET kxmux)
   set(kx_json_kxmux $<TARGET_FILE:kxmux>)
 endif()
