@@ -11,7 +11,7 @@ import sys
 CASES = [  # name, kxmux options, row
     ('mkv', [], 'MKV'),
     ('kmkv_video_only', ['--format', 'KMKV', '--no-audio'], 'KMKV'),
-    ('mka', ['--format', 'MKA'], 'MKA'),
+    ('mka "quoted" \\name', ['--format', 'MKA'], 'MKA'),  # JSON escapes in the file name
 ]
 
 
