@@ -1,0 +1,70 @@
+#include "bench/module_writers.h"
+
+#include <memory>
+
+#include "include/kx_mkv/kx_mkv.h"
+
+namespace kx::bench {
+namespace {
+
+std::u16string Utf16(const std::string& ascii) { return {ascii.begin(), ascii.end()}; }
+
+// The parameters both tables are given: VP9 video (its frames go to the
+// track unchanged), AAC or Opus audio.
+std::unique_ptr<MediaFileParams> Params(const Workload& workload) {
+  auto params = std::make_unique<MediaFileParams>();
+  params->containerFourcc = KX_FOURCC('M', 'K', 'V', ' ');
+  params->video.fourcc = KX_FOURCC('V', 'P', '9', ' ');
+  params->video.width = 1280;
+  params->video.height = 720;
+  params->video.frameRate = 25.0;
+  params->noVideo = workload.has_video ? 0 : 1;
+  params->audio.fourcc =
+      workload.opus ? KX_FOURCC('O', 'P', 'U', 'S') : KX_FOURCC('A', 'A', 'C', ' ');
+  params->audio.sampleRate = 48000;
+  params->audio.channels = 2;
+  params->audio.bitsPerSample = 16;
+  return params;
+}
+
+MediaSample Sample(const Frame& frame) {
+  MediaSample sample{};
+  if (frame.video) {
+    sample.videoData = const_cast<uint8_t*>(frame.data);  // VP9 is not rewritten
+    sample.videoSize = static_cast<int32_t>(frame.size);
+    sample.keyframe = frame.key ? 1 : 0;
+  } else {
+    sample.audioData = const_cast<uint8_t*>(frame.data);
+    sample.audioSize = static_cast<int32_t>(frame.size);
+  }
+  sample.start = frame.start;
+  sample.duration = frame.duration;
+  return sample;
+}
+
+}  // namespace
+
+bool WriteSingleStream(const Workload& workload, const std::string& path) {
+  const FileFormat* row = GetFileFormats();
+  while (row->fourcc != 0 && row->fourcc != KX_FOURCC('M', 'K', 'V', ' ')) {
+    ++row;
+  }
+  const auto params = Params(workload);
+  void* handle = row->CreateMediaFile(Utf16(path).c_str(), params.get());
+  if (handle == nullptr) {
+    return false;
+  }
+  row->WriteAudioExtraData(handle, workload.audio_config.data(),
+                           static_cast<int32_t>(workload.audio_config.size()));
+  bool ok = true;
+  for (const Frame& frame : workload.frames) {
+    const MediaSample sample = Sample(frame);
+    const int32_t taken = frame.video ? row->WriteVideoData(handle, &sample)
+                                      : row->WriteAudioData(handle, &sample, nullptr);
+    ok = ok && taken == static_cast<int32_t>(frame.size);
+  }
+  row->CloseMediaFile(handle);
+  return ok;
+}
+
+}  // namespace kx::bench
