@@ -3,11 +3,12 @@
 // peak memory can be read from getrusage; the writers are interleaved run by
 // run and each result is the median of the runs.
 //
-//   kx_bench [--runs N] [--tiny] [--out-dir DIR] [--workload w1|w2]
+//   kx_bench [--runs N] [--tiny] [--out-dir DIR] [--workload w1|w2] [--writer TEXT]
 //
 // --out-dir keeps the files of the last run there, with hashes.txt (FNV-1a
 // of each file): the module's outputs must not change while it is tuned.
 // The DateUTC clock is pinned so that the module's files are reproducible.
+// --writer keeps only the writers whose name contains TEXT (for profiling).
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -39,15 +40,18 @@ struct Writer {
   std::function<bool(const Workload&, const std::string&)> write;
 };
 
-// The rows of the table; the ratios are taken against "raw" and "ffmpeg".
+constexpr const char* kRawName = "raw fwrite";
+constexpr const char* kFfmpegName = "ffmpeg";
+
+// The rows of the table.
 std::vector<Writer> Writers() {
   return {
       {"kx_mkv single-stream", "mkv", WriteSingleStream},
-      {"ffmpeg", "ffmpeg.mkv",
+      {kFfmpegName, "ffmpeg.mkv",
        [](const auto& w, const auto& p) { return WriteFfmpeg(w, p, true); }},
       {"ffmpeg write_crc32=0", "ffmpeg-nocrc.mkv",
        [](const auto& w, const auto& p) { return WriteFfmpeg(w, p, false); }},
-      {"raw fwrite", "raw", WriteRaw},
+      {kRawName, "raw", WriteRaw},
   };
 }
 
@@ -119,11 +123,16 @@ struct Options {
   bool tiny = false;
   std::string out_dir;
   std::string only;
+  std::string writer;
 };
 
 bool Run(const Workload& workload, const Options& options, const std::string& dir,
          const std::string& tag, std::FILE* hashes) {
-  const std::vector<Writer> writers = Writers();
+  std::vector<Writer> writers = Writers();
+  const auto left_out = [&](const Writer& w) {
+    return std::string(w.name).find(options.writer) == std::string::npos;
+  };
+  writers.erase(std::remove_if(writers.begin(), writers.end(), left_out), writers.end());
   std::map<size_t, std::vector<Sample>> samples;
   bool ok = true;
   for (int run = 0; run < options.runs; ++run) {
@@ -146,8 +155,17 @@ bool Run(const Workload& workload, const Options& options, const std::string& di
     }
     median[i] = Median(times);
   }
-  const double raw = static_cast<double>(median[writers.size() - 1]);
-  const double ffmpeg = static_cast<double>(median[1]);
+  // Ratios against the raw write and FFmpeg's defaults, when they ran.
+  const auto median_of = [&](const char* name) {
+    for (size_t i = 0; i < writers.size(); ++i) {
+      if (std::string(writers[i].name) == name) {
+        return static_cast<double>(median[i]);
+      }
+    }
+    return 0.0;
+  };
+  const double raw = median_of(kRawName);
+  const double ffmpeg = median_of(kFfmpegName);
   const double frames = static_cast<double>(workload.frames.size());
   std::printf("\n%s: %zu frames, %.1f MB payload, %d runs\n\n", workload.name.c_str(),
               workload.frames.size(), static_cast<double>(workload.payload_bytes) / 1e6,
@@ -194,11 +212,14 @@ int main(int argc, char** argv) {
       options.runs = 1;
     } else if (arg == "--out-dir" && i + 1 < argc) {
       options.out_dir = argv[++i];
+    } else if (arg == "--writer" && i + 1 < argc) {
+      options.writer = argv[++i];
     } else if (arg == "--workload" && i + 1 < argc) {
       options.only = argv[++i];
     } else {
       std::fprintf(stderr,
-                   "usage: kx_bench [--runs N] [--tiny] [--out-dir DIR] [--workload w1|w2]\n");
+                   "usage: kx_bench [--runs N] [--tiny] [--out-dir DIR] [--workload w1|w2] "
+                   "[--writer TEXT]\n");
       return 2;
     }
   }
