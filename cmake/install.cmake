@@ -16,7 +16,7 @@ option(KX_INSTALL_HOST_LIBS "Install the stand-in host libraries with the module
 set_target_properties(kx_mkv PROPERTIES
   VERSION ${PROJECT_VERSION}
   SOVERSION ${PROJECT_VERSION_MAJOR}
-  # The host's libraries are looked for beside the module first.
+  # The host libraries are also looked for in the module's own directory.
   INSTALL_RPATH "$ORIGIN")
 
 set(kx_host_libs_all "")
