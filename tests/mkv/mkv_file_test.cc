@@ -1,12 +1,11 @@
 // Whole Matroska files written through the single-stream function table with
 // synthetic samples, read back with libwebm's parser: the cluster grid,
-// millisecond rounding, ReferenceBlock, Cues, track entries, CodecPrivate,
-// the layout written at close, and what must not leak from one file into
-// the next.
+// millisecond rounding, ReferenceBlock, Cues, track entries, Duration, the
+// layout written at close, and what must not leak from one file into the next.
 #include <gtest/gtest.h>
 #include <webm/id.h>
 
-#include <algorithm>
+#include <array>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -31,9 +30,9 @@ class MkvFileTest : public ::testing::Test {
   void TearDown() override { platform::PinCurrentUnixTime(std::nullopt); }
 
   MatroskaFile Make(const MediaFileParams& params, const std::function<void(TableFile&)>& feed,
-                    const std::string& name = "out.mkv") {
-    path_ = dir_.Path(name);
-    TableFile file(Row("MKV "), dir_.WidePath(std::u16string(name.begin(), name.end())), params);
+                    const std::u16string& name = u"out.mkv") {
+    path_ = (dir_.path() / std::string(name.begin(), name.end())).string();
+    TableFile file(Row("MKV "), dir_.WidePath(name), params);
     EXPECT_TRUE(file.ok());
     feed(file);
     file.Close();
@@ -47,15 +46,12 @@ class MkvFileTest : public ::testing::Test {
 MediaFileParams Vp9Ac3() { return FileParams("MKV ", "VP9 ", 320, 240, 25, "AC3 ", 48000, 2); }
 MediaFileParams Vp9Only() { return FileParams("MKV ", "VP9 ", 320, 240, 25, nullptr, 0, 0); }
 
-// Cluster grid and millisecond rounding: video blocks at the given times
-// (100-ns units; key unless `delta`), read back as Cluster Timecode,
-// relative timecode and ReferenceBlock (kNone: none).
+// Video frames (start in 100-ns units, key) and the block each becomes:
+// Cluster Timecode, relative timecode, ReferenceBlock (kNone: none).
 constexpr int64_t kNone = 1;
 struct GridCase {
   const char* name;
-  std::vector<std::pair<int64_t, bool>> frames;  // start, key
-  std::vector<int64_t> clusters;
-  std::vector<std::vector<int64_t>> blocks;  // cluster timecode, relative time, reference
+  std::vector<std::array<int64_t, 5>> frames;  // start, key, cluster, relative, reference
 };
 
 class ClusterGridTest : public MkvFileTest, public ::testing::WithParamInterface<GridCase> {};
@@ -63,76 +59,65 @@ class ClusterGridTest : public MkvFileTest, public ::testing::WithParamInterface
 TEST_P(ClusterGridTest, BlocksLandOnTheGrid) {
   const GridCase& c = GetParam();
   const MatroskaFile file = Make(Vp9Only(), [&](TableFile& f) {
-    for (const auto& [start, key] : c.frames) f.Video(Bytes(8, 1), start, 400000, key);
+    for (const auto& frame : c.frames) f.Video(Bytes(8, 1), frame[0], 400000, frame[1] != 0);
   });
   ASSERT_TRUE(file.parsed);
-  EXPECT_EQ(file.cluster_timecodes, std::vector<uint64_t>(c.clusters.begin(), c.clusters.end()));
+  std::vector<uint64_t> clusters;
   const auto blocks = file.BlocksOfTrack(2);
-  ASSERT_EQ(blocks.size(), c.blocks.size());
+  ASSERT_EQ(blocks.size(), c.frames.size());
   for (size_t i = 0; i < blocks.size(); ++i) {
-    EXPECT_EQ(static_cast<int64_t>(blocks[i].cluster_timecode), c.blocks[i][0]) << i;
-    EXPECT_EQ(blocks[i].relative_time, c.blocks[i][1]) << i;
-    const std::vector<int64_t> refs =
-        c.blocks[i][2] == kNone ? std::vector<int64_t>{} : std::vector<int64_t>{c.blocks[i][2]};
-    EXPECT_EQ(blocks[i].references, refs) << i;
+    const auto& e = c.frames[i];
+    if (clusters.empty() || clusters.back() != static_cast<uint64_t>(e[2]))
+      clusters.push_back(e[2]);
+    EXPECT_EQ(static_cast<int64_t>(blocks[i].cluster_timecode), e[2]) << i;
+    EXPECT_EQ(blocks[i].relative_time, e[3]) << i;
+    EXPECT_EQ(blocks[i].references, e[4] == kNone ? std::vector<int64_t>{} : std::vector{e[4]})
+        << i;
   }
+  EXPECT_EQ(file.cluster_timecodes, clusters);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, ClusterGridTest,
-    ::testing::Values(GridCase{"On300Next301",
-                               {{0, true}, {300 * kMs, false}, {301 * kMs, false}},
-                               {0, 300},
-                               {{0, 0, kNone}, {0, 300, -300}, {300, 1, -1}}},
-                      GridCase{
-                          "At600And601AfterAGap",
-                          {{0, true}, {10 * kMs, false}, {600 * kMs, true}, {601 * kMs, false}},
-                          {0, 300, 600},
-                          {{0, 0, kNone}, {0, 10, -10}, {300, 300, kNone}, {600, 1, -1}}},
-                      GridCase{"JumpOfTenSecondsWritesNoEmptyClusters",
-                               {{0, true}, {10000 * kMs, true}},
-                               {0, 9900},
-                               {{0, 0, kNone}, {9900, 100, kNone}}},
-                      GridCase{"TimesCountFromTheFirstBlock",
-                               {{1000 * kMs, true}, {1300 * kMs, false}, {1301 * kMs, false}},
-                               {0, 300},
-                               {{0, 0, kNone}, {0, 300, -300}, {300, 1, -1}}},
-                      GridCase{"MillisecondsRoundHalfUp",
-                               {{0, true}, {14999, false}, {15000, false}, {-15000, false}},
-                               {0},
-                               {{0, 0, kNone}, {0, 1, -1}, {0, 2, 0}, {0, -1, 3}}},
-                      GridCase{"KeyFrameAtTheSameStartRefersToIt",
-                               {{0, true}, {40 * kMs, true}, {40 * kMs, true}},
-                               {0},
-                               {{0, 0, kNone}, {0, 40, kNone}, {0, 40, 0}}}),
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Cases, ClusterGridTest, ::testing::Values(
+    GridCase{"On300Next301", {{0, 1, 0, 0, kNone}, {300 * kMs, 0, 0, 300, -300},
+                              {301 * kMs, 0, 300, 1, -1}}},
+    GridCase{"At600And601AfterAGap", {{0, 1, 0, 0, kNone}, {10 * kMs, 0, 0, 10, -10},
+                                      {600 * kMs, 1, 300, 300, kNone}, {601 * kMs, 0, 600, 1, -1}}},
+    GridCase{"TenSecondJumpWritesNoEmptyClusters", {{0, 1, 0, 0, kNone},
+                                                    {10000 * kMs, 1, 9900, 100, kNone}}},
+    GridCase{"TimesCountFromTheFirstBlock", {{1000 * kMs, 1, 0, 0, kNone},
+                                             {1300 * kMs, 0, 0, 300, -300},
+                                             {1301 * kMs, 0, 300, 1, -1}}},
+    GridCase{"MillisecondsRoundHalfUp", {{0, 1, 0, 0, kNone}, {14999, 0, 0, 1, -1},
+                                         {15000, 0, 0, 2, 0}, {-15000, 0, 0, -1, 3}}},
+    GridCase{"KeyFrameAtTheSameStartRefersToIt", {{0, 1, 0, 0, kNone}, {40 * kMs, 1, 0, 40, kNone},
+                                                  {40 * kMs, 1, 0, 40, 0}}}),
     [](const auto& info) { return std::string(info.param.name); });
+// clang-format on
 
 // Cue points: the first video key frame of each Cluster, pointing at that
-// Cluster, with CueBlockNumber counting the video blocks of the Cluster up
-// to it when it is not the Cluster's first block.
+// Cluster, with CueBlockNumber (the video blocks of the Cluster up to it)
+// when it is not the Cluster's first block.
 TEST_F(MkvFileTest, CuesPointAtTheClusterAndBlockOfEachFirstKeyFrame) {
   const MatroskaFile file = Make(Vp9Ac3(), [](TableFile& f) {
     for (int i = 0; i < 60; ++i) {
-      f.Audio(Bytes(6, 2), i * 40 * kMs + 5 * kMs, 40 * kMs);  // audio opens each Cluster
+      f.Audio(Bytes(6, 2), i * 40 * kMs + 5 * kMs, 40 * kMs);
       f.Video(Bytes(9, 3), i * 40 * kMs + 10 * kMs, 40 * kMs, i % 4 == 0);
     }
   });
   ASSERT_TRUE(file.parsed);
   std::vector<CueInfo> expected;
-  uint64_t last_cluster = 0;
-  uint64_t video_in_cluster = 0;
+  uint64_t cluster = 0;
+  uint64_t video_blocks = 0;
   for (const BlockInfo& block : file.blocks) {
-    if (block.cluster_position != last_cluster) video_in_cluster = 0;
-    last_cluster = block.cluster_position;
+    video_blocks = block.cluster_position == cluster ? video_blocks : 0;
+    cluster = block.cluster_position;
     if (block.track != 2) continue;
-    ++video_in_cluster;
-    const bool cued = std::any_of(expected.begin(), expected.end(), [&](const CueInfo& cue) {
-      return cue.cluster_position == block.cluster_position - file.segment_data_position;
-    });
-    if (block.key && !cued) {
-      expected.push_back({static_cast<uint64_t>(block.time()), 2,
-                          block.cluster_position - file.segment_data_position, block.number > 1,
-                          block.number > 1 ? video_in_cluster : 0});
+    ++video_blocks;
+    const uint64_t position = cluster - file.segment_data_position;
+    if (block.key && (expected.empty() || expected.back().cluster_position != position)) {
+      expected.push_back(
+          {static_cast<uint64_t>(block.time()), 2, position, block.number > 1, video_blocks});
     }
   }
   ASSERT_GT(expected.size(), 4U);
@@ -143,8 +128,7 @@ TEST_F(MkvFileTest, CuesPointAtTheClusterAndBlockOfEachFirstKeyFrame) {
     EXPECT_EQ(cue.track, 2U) << i;
     EXPECT_EQ(cue.cluster_position, expected[i].cluster_position) << i;
     const Element* target = file.ElementAt(cue.cluster_position + file.segment_data_position);
-    ASSERT_NE(target, nullptr) << i;
-    EXPECT_EQ(target->id, Id(webm::Id::kCluster)) << i;
+    EXPECT_TRUE(target != nullptr && target->id == Id(webm::Id::kCluster)) << i;
     EXPECT_EQ(cue.has_block_number, expected[i].has_block_number) << i;
     if (cue.has_block_number) EXPECT_EQ(cue.block_number, expected[i].block_number) << i;
   }
@@ -162,9 +146,9 @@ struct TrackCase {
   Bytes audio_private;
 };
 
-MediaFileParams WithHeight(MediaFileParams params, int height, int bit_count) {
-  params.video.height = height;
-  params.video.bitCount = bit_count;
+MediaFileParams Fallback() {
+  MediaFileParams params = FileParams("MKV ", "abcd", 640, -480, 50, "KAAC", 22050, 2);
+  params.video.bitCount = 24;
   return params;
 }
 
@@ -172,12 +156,10 @@ class TrackEntryTest : public MkvFileTest, public ::testing::WithParamInterface<
 
 TEST_P(TrackEntryTest, ChildrenReadersDependOn) {
   const TrackCase& c = GetParam();
-  if (c.aspect_numerator != 0) {
-    AspectRatioRecord aspect{};
-    aspect.numerator = c.aspect_numerator;
-    aspect.denominator = c.aspect_denominator;
-    Row("MKV ").SetDisplayAspectRatio(&aspect);
-  }
+  AspectRatioRecord aspect{};
+  aspect.numerator = c.aspect_numerator;
+  aspect.denominator = c.aspect_denominator;
+  Row("MKV ").SetDisplayAspectRatio(&aspect);
   const MatroskaFile file = Make(c.params, [](TableFile& f) {
     f.Video(Bytes(8, 1), 0, 400000, true);
     f.Audio(Bytes(8, 2), 0, 320000);
@@ -204,89 +186,33 @@ TEST_P(TrackEntryTest, ChildrenReadersDependOn) {
   EXPECT_EQ(audio.codec_private, c.audio_private);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, TrackEntryTest,
-    ::testing::Values(
-        TrackCase{"Vp9At25", Vp9Ac3(), 0, 0, "V_VP9", 40000000, 240, 4, 3, {}, "A_AC3", {}},
-        TrackCase{"XvidAt2997WithAspect",
-                  FileParams("MKV ", "Xvid", 1920, 1080, 29.97, "MP3 ", 44100, 1),
-                  8,
-                  6,
-                  "V_MPEG4/ISO/ASP",
-                  33366700,
-                  1080,
-                  4,
-                  3,
-                  {},
-                  "A_MPEG/L3",
-                  {}},
-        TrackCase{
-            "FallbackRecords",
-            WithHeight(FileParams("MKV ", "abcd", 640, 0, 50, "KAAC", 22050, 2), -480, 24),
-            0,
-            0,
-            "V_MS/VFW/FOURCC",
-            20000000,
-            480,
-            4,
-            3,
-            {40, 0, 0, 0, 0x80, 2, 0, 0, 0x20, 0xFE, 0xFF, 0xFF, 1, 0, 24, 0, 'a', 'b', 'c', 'd',
-             0,  0, 0, 0, 0,    0, 0, 0, 0,    0,    0,    0,    0, 0, 0,  0, 0,   0,   0,   0},
-            "A_MS/VFW/FOURCC",
-            {'K', 'A', 2, 0, 0x22, 0x56, 0, 0, 0x88, 0x58, 1, 0, 0, 0, 16, 0, 18, 0}}),
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Cases, TrackEntryTest, ::testing::Values(
+    TrackCase{"Vp9At25", Vp9Ac3(), 0, 0, "V_VP9", 40000000, 240, 4, 3, {}, "A_AC3", {}},
+    TrackCase{"XvidAt2997WithAspect", FileParams("MKV ", "Xvid", 1920, 1080, 29.97, "MP3 ", 44100, 1),
+              8, 6, "V_MPEG4/ISO/ASP", 33366700, 1080, 4, 3, {}, "A_MPEG/L3", {}},
+    TrackCase{"FallbackRecords", Fallback(), 0, 0, "V_MS/VFW/FOURCC", 20000000, 480, 4, 3,
+              {40, 0, 0, 0, 0x80, 2, 0, 0, 0x20, 0xFE, 0xFF, 0xFF, 1, 0, 24, 0, 'a', 'b', 'c', 'd',
+               0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+              "A_MS/VFW/FOURCC", {'K', 'A', 2, 0, 0x22, 0x56, 0, 0, 0x88, 0x58, 1, 0, 0, 0, 16, 0, 18, 0}}),
     [](const auto& info) { return std::string(info.param.name); });
-
-// Codec configuration before the first flush gets its own size; after it,
-// the reservation (1024 bytes) keeps its size and takes the data at its start.
-TEST_F(MkvFileTest, CodecPrivateBeforeAndAfterTheFirstFlush) {
-  const Bytes asc = {0x11, 0x90};
-  const Bytes sps = {0x67, 0x64, 0x00, 0x1F, 0xAC};
-  const Bytes pps = {0x68, 0xEE};
-  const Bytes avcc = {1,    0x64, 0x00, 0x1F, 0xFF, 0xE1, 0, 5,    0x67,
-                      0x64, 0x00, 0x1F, 0xAC, 1,    0,    2, 0x68, 0xEE};
-  for (const bool late : {false, true}) {
-    const MatroskaFile file =
-        Make(FileParams("MKV ", "K264", 320, 240, 25, "AAC ", 48000, 2), [&](TableFile& f) {
-          if (!late) f.AudioExtra(asc);
-          if (!late) f.VideoExtra(sps, pps);
-          for (int i = 0; i < 8; ++i) {
-            f.Video(Bytes(8, 1), i * 40 * kMs, 40 * kMs, i == 0);
-            f.Audio(Bytes(8, 2), i * 40 * kMs, 40 * kMs);
-          }
-          if (late) f.AudioExtra(asc);
-          if (late) f.VideoExtra(sps, pps);
-          f.AudioExtra(Bytes(1025, 7));  // never fits: ignored
-        });
-    ASSERT_TRUE(file.parsed) << late;
-    Bytes audio = asc;
-    Bytes video = avcc;
-    if (late) {
-      audio.resize(1024);
-      video.resize(1024);
-    }
-    EXPECT_EQ(file.Track(3)->codec_private, audio) << late;
-    EXPECT_EQ(file.Track(2)->codec_private, video) << late;
-  }
-}
+// clang-format on
 
 // Duration at close: the audio sum when it is within a second of the last
 // block, else the last block's start + 1; a short video-only file keeps 0.
 TEST_F(MkvFileTest, DurationAtClose) {
   const struct {
-    const char* name;
     MediaFileParams params;
     int frames, audio_frames;
     double duration;
-  } cases[] = {{"AudioSum", Vp9Ac3(), 250, 100, 10000.0},
-               {"VideoOnly", Vp9Only(), 250, 0, 9961.0},
-               {"ShortVideoOnly", Vp9Only(), 20, 0, 0.0}};
+  } cases[] = {{Vp9Ac3(), 250, 100, 10000.0}, {Vp9Only(), 250, 0, 9961.0}, {Vp9Only(), 20, 0, 0}};
   for (const auto& c : cases) {
     const MatroskaFile file = Make(c.params, [&](TableFile& f) {
       for (int i = 0; i < c.frames; ++i) f.Video(Bytes(4, 1), i * 40 * kMs, 40 * kMs, i % 25 == 0);
       for (int i = 0; i < c.audio_frames; ++i) f.Audio(Bytes(4, 2), i * 100 * kMs, 100 * kMs);
     });
-    ASSERT_TRUE(file.parsed) << c.name;
-    EXPECT_DOUBLE_EQ(file.duration, c.duration) << c.name;
+    ASSERT_TRUE(file.parsed);
+    EXPECT_DOUBLE_EQ(file.duration, c.duration) << c.frames << " " << c.audio_frames;
   }
 }
 
@@ -317,7 +243,6 @@ TEST_F(MkvFileTest, LayoutWrittenAtClose) {
                                           Id(webm::Id::kCluster), Id(webm::Id::kCues),
                                           Id(webm::Id::kSeekHead)}));
   const uint64_t data = file.segment_data_position;
-  EXPECT_EQ(file.top_level[0].position, data);
   EXPECT_EQ(file.top_level[1].end(), file.top_level[2].position);  // Void up to Info
   EXPECT_EQ(file.top_level[2].position - data, 4099U);
   std::vector<uint32_t> main_ids;
@@ -332,23 +257,19 @@ TEST_F(MkvFileTest, LayoutWrittenAtClose) {
   EXPECT_EQ(main_ids, (std::vector<uint32_t>{Id(webm::Id::kInfo), Id(webm::Id::kTracks),
                                              Id(webm::Id::kCues), Id(webm::Id::kSeekHead)}));
   EXPECT_EQ(cluster_seeks, file.cluster_positions);
-  const std::string bytes = ReadFileBytes(path_);
   const std::string date_utc("\x44\x61\x88\x0B\x1A\x2B\xC2\xEC\x50\x00\x00", 11);
-  EXPECT_NE(bytes.find(date_utc), std::string::npos);
+  EXPECT_NE(ReadFileBytes(path_).find(date_utc), std::string::npos);
 }
 
 TEST_F(MkvFileTest, NoSamplesLeaveAnEmptyFileAndNoVideoKeepsTrackThree) {
   Make(Vp9Ac3(), [](TableFile&) {});
   EXPECT_EQ(std::filesystem::file_size(path_), 0U);
-  const MatroskaFile file =
-      Make(FileParams("MKV ", nullptr, 0, 0, 0, "AC3 ", 48000, 2), [](TableFile& f) {
-        for (int i = 0; i < 8; ++i) f.Audio(Bytes(4, 2), i * 32 * kMs, 32 * kMs);
-      });
+  const MatroskaFile file = Make(FileParams("MKV ", nullptr, 0, 0, 0, "AC3 ", 48000, 2),
+                                 [](TableFile& f) { f.Audio(Bytes(4, 2), 0, 32 * kMs); });
   ASSERT_TRUE(file.parsed);
   ASSERT_EQ(file.tracks.size(), 1U);
   EXPECT_EQ(file.tracks[0].number, 3U);
-  EXPECT_EQ(file.BlocksOfTrack(3).size(), 8U);
-  EXPECT_TRUE(file.cues.empty());
+  EXPECT_EQ(file.BlocksOfTrack(3).size(), 1U);
 }
 
 // Two files in a row through the table: the display aspect of the first
@@ -364,8 +285,8 @@ TEST_F(MkvFileTest, NothingLeaksIntoTheNextFile) {
     f.Video(Bytes(8, 1), 0, 400000, true);
     f.Audio(Bytes(8, 2), 0, 320000);
   };
-  const MatroskaFile first = Make(Vp9Ac3(), feed, "first.mkv");
-  const MatroskaFile second = Make(Vp9Ac3(), feed, "second.mkv");
+  const MatroskaFile first = Make(Vp9Ac3(), feed, u"first.mkv");
+  const MatroskaFile second = Make(Vp9Ac3(), feed, u"second.mkv");
   ASSERT_TRUE(first.parsed && second.parsed);
   EXPECT_EQ(first.tracks[0].display_width, 16U);
   EXPECT_EQ(second.tracks[0].display_width, 4U);

@@ -3,8 +3,10 @@
 #ifndef KX_TESTS_SUPPORT_LOG_CAPTURE_H_
 #define KX_TESTS_SUPPORT_LOG_CAPTURE_H_
 
+#include <cstdlib>
 #include <optional>
 #include <string>
+#include <system_error>
 
 #include "tests/support/temp_dir.h"
 
@@ -12,21 +14,30 @@ namespace kx::test {
 
 class LogCapture {
  public:
-  LogCapture();
+  LogCapture() {
+    if (const char* previous = std::getenv("YR_LOG_FILE")) previous_ = previous;
+    setenv("YR_LOG_FILE", file_.c_str(), 1);
+  }
   LogCapture(const LogCapture&) = delete;
   LogCapture& operator=(const LogCapture&) = delete;
   // Restores YR_LOG_FILE as it was before.
-  ~LogCapture();
+  ~LogCapture() {
+    if (previous_) setenv("YR_LOG_FILE", previous_->c_str(), 1);
+    if (!previous_) unsetenv("YR_LOG_FILE");
+  }
 
   // Everything logged so far (UTF-8, one record per line).
-  std::string Text() const;
+  std::string Text() const { return ReadFileBytes(file_); }
   // Forgets what was logged so far.
-  void Clear() const;
+  void Clear() const {
+    std::error_code ignored;
+    std::filesystem::remove(file_, ignored);
+  }
   const std::filesystem::path& path() const { return file_; }
 
  private:
   TempDir dir_;
-  std::filesystem::path file_;
+  std::filesystem::path file_ = dir_.path() / "host.log";
   std::optional<std::string> previous_;
 };
 

@@ -1,0 +1,165 @@
+// HEVC through the single-stream function table: the hvcC record that
+// CodecPrivate carries (its header as another MP4 muxer writes it for the
+// same libx265 parameter sets), the samples reframed without parameter sets,
+// the key-frame rule, and the writer's refusals with their log lines.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "src/codec/hvcc_writer.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/matroska_file.h"
+#include "tests/support/table_host.h"
+#include "tests/support/temp_dir.h"
+
+namespace kx::test {
+namespace {
+
+Bytes FromHex(const std::string& hex) {
+  Bytes out;
+  for (size_t i = 0; i + 1 < hex.size(); i += 2) {
+    out.push_back(static_cast<uint8_t>(std::stoul(hex.substr(i, 2), nullptr, 16)));
+  }
+  return out;
+}
+
+// Four-byte start codes in front of each unit.
+Bytes AnnexB(std::initializer_list<Bytes> units) {
+  Bytes out;
+  for (const Bytes& unit : units) {
+    out.insert(out.end(), {0, 0, 0, 1});
+    out.insert(out.end(), unit.begin(), unit.end());
+  }
+  return out;
+}
+
+Bytes LengthPrefixed(std::initializer_list<Bytes> units) {
+  Bytes out;
+  for (const Bytes& unit : units) {
+    out.insert(out.end(),
+               {0, 0, static_cast<uint8_t>(unit.size() >> 8), static_cast<uint8_t>(unit.size())});
+    out.insert(out.end(), unit.begin(), unit.end());
+  }
+  return out;
+}
+
+struct StreamCase {
+  const char* name;
+  const char* vps;
+  const char* sps;
+  const char* pps;
+  const char* header;  // the record's first 22 bytes
+};
+const StreamCase kStreams[] = {
+    {"Main10", "40010c01ffff02200000030090000003000003003c95980900",
+     "42010102200000030090000003000003003ca00a080f1365959a4932bc05a02000000300200000030321",
+     "4401c172b46240", "0102200000009000000000003cf000fcfdfafa00000f"},
+    {"TwoTemporalLayers", "40010c02ffff01600000030090000003000003003c00009598acc048",
+     "42010201600000030090000003000003003c0000a00a080f1659598acd24995e02d01000000300100000"
+     "03019080",
+     "4401c172b46240", "0101600000009000000000003cf000fcfdf8f8000013"},
+    {"Yuv444At12Bits", "40010c01ffff040800000300980800000300003c95980900",
+     "420101040800000300980800000300003c90014101e2294b2b349272bc05a02000000300200000030321",
+     "4401c172860c4624", "0104080000009808000000003cf000fcfffcfc00000f"},
+};
+
+const Bytes kIdr = {0x26, 0x01, 0xAF, 0x10};    // IDR_W_RADL
+const Bytes kTrail = {0x02, 0x01, 0xD0, 0x20};  // TRAIL_R
+const Bytes kCra = {0x2A, 0x01, 0xAC, 0x30};    // CRA_NUT
+const Bytes kSei = {0x50, 0x01, 0x05, 0x40};    // suffix SEI
+
+void PrintTo(const StreamCase& c, std::ostream* out) { *out << c.name; }
+
+class HevcFileTest : public ::testing::TestWithParam<StreamCase> {};
+
+TEST_P(HevcFileTest, RecordAndBlocks) {
+  const StreamCase& c = GetParam();
+  const Bytes vps = FromHex(c.vps);
+  const Bytes sps = FromHex(c.sps);
+  const Bytes pps = FromHex(c.pps);
+  Bytes record = FromHex(c.header);
+  record.push_back(3);
+  for (const Bytes* unit : {&vps, &sps, &pps}) {
+    record.insert(record.end(), {static_cast<uint8_t>((*unit)[0] >> 1), 0, 1, 0,
+                                 static_cast<uint8_t>(unit->size())});
+    record.insert(record.end(), unit->begin(), unit->end());
+  }
+  record.resize(1024);
+  // Samples and the key flags the host gives; the flag written follows the
+  // last unit kept (IDR or CRA), and parameter sets leave the blocks.
+  const struct {
+    Bytes sample;
+    bool key_in;
+    Bytes block;
+    bool key;
+  } samples[] = {{AnnexB({vps, sps, pps, kIdr}), false, LengthPrefixed({kIdr}), true},
+                 {AnnexB({kTrail}), true, LengthPrefixed({kTrail}), false},
+                 {AnnexB({kTrail, kCra}), false, LengthPrefixed({kTrail, kCra}), true},
+                 {AnnexB({kIdr, kSei}), true, LengthPrefixed({kIdr, kSei}), false}};
+  for (const bool late : {false, true}) {
+    const TempDir dir;
+    const FileFormat& row = Row("MKV ");
+    const LogCapture log;
+    {
+      TableFile file(row, dir.WidePath(u"hevc.mkv"),
+                     FileParams("MKV ", "HEVC", 320, 240, 25, "AC3 ", 48000, 2));
+      const Bytes parameter_sets = AnnexB({vps, sps, pps});
+      if (!late) file.VideoExtra(parameter_sets, {});
+      for (int round = 0; round < 3; ++round) {
+        for (size_t i = 0; i < 4; ++i) {
+          const int64_t start = (round * 4 + static_cast<int64_t>(i)) * 400000;
+          file.Video(samples[i].sample, start, 400000, samples[i].key_in);
+          file.Audio(Bytes(8, 1), start, 400000);
+        }
+      }
+      if (late) file.VideoExtra(parameter_sets, {});
+    }
+    EXPECT_EQ(log.Text(),
+              "[kx_mkv] found xps[32]\n[kx_mkv] found xps[33]\n"
+              "[kx_mkv] found xps[34]\n");
+    const MatroskaFile read = ReadMatroskaFile(dir.Path("hevc.mkv"));
+    ASSERT_TRUE(read.parsed) << late;
+    EXPECT_EQ(read.Track(2)->codec_id, "V_MPEGH/ISO/HEVC");
+    EXPECT_EQ(read.Track(2)->codec_private, record) << late;
+    const auto blocks = read.BlocksOfTrack(2);
+    ASSERT_EQ(blocks.size(), 12U);
+    for (size_t i = 0; i < blocks.size(); ++i) {
+      EXPECT_EQ(blocks[i].frames.at(0), samples[i % 4].block) << i;
+      EXPECT_EQ(blocks[i].key, samples[i % 4].key) << i;
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Streams, HevcFileTest, ::testing::ValuesIn(kStreams),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(HvccWriter, RefusalsLeaveTheOutputAloneAndAreLogged) {
+  const StreamCase& c = kStreams[0];
+  const Bytes in = AnnexB({FromHex(c.vps), FromHex(c.sps), FromHex(c.pps)});
+  Bytes out(200, 0xA5);
+  uint32_t size = 0;
+  ASSERT_TRUE(codec::ff_isom_write_hvcc(out.data(), 200, in.data(), static_cast<int32_t>(in.size()),
+                                        &size));
+  const LogCapture log;
+  for (const uint32_t capacity : {size, 0U}) {  // the record must be shorter than the capacity
+    Bytes untouched(200, 0xA5);
+    uint32_t kept = 7;
+    EXPECT_FALSE(codec::ff_isom_write_hvcc(untouched.data(), capacity, in.data(),
+                                           static_cast<int32_t>(in.size()), &kept));
+    EXPECT_EQ(untouched, Bytes(200, 0xA5));
+    EXPECT_EQ(kept, 7U);
+  }
+  EXPECT_FALSE(
+      codec::ff_isom_write_hvcc(nullptr, 200, in.data(), static_cast<int32_t>(in.size()), &size));
+  // A unit that does not parse is logged with its type and length.
+  const Bytes cut_sps = FromHex(std::string(c.sps).substr(0, 30));
+  const Bytes bad = AnnexB({FromHex(c.vps), cut_sps, FromHex(c.pps)});
+  EXPECT_FALSE(codec::ff_isom_write_hvcc(out.data(), 200, bad.data(),
+                                         static_cast<int32_t>(bad.size()), &size));
+  EXPECT_NE(log.Text().find("[kx_mkv] ff_isom_write_hvcc input param error\n"), std::string::npos);
+  EXPECT_NE(log.Text().find("[kx_mkv] type[33] length[15]\n"), std::string::npos) << log.Text();
+}
+
+}  // namespace
+}  // namespace kx::test
