@@ -174,8 +174,25 @@ typedef void (*WriteVideoExtraDataFunc)(void* handle, const uint8_t* second, int
                                         const uint8_t* first, int32_t firstSize);
 typedef void (*SetDisplayAspectRatioFunc)(const AspectRatioRecord* record);
 
-/* Multi-stream interface. Stream types: 2 video, 3 audio, 4 internal
-   subtitle, 5 external subtitle. */
+/* Multi-stream interface. Every stream is announced with its type and its
+   OutStreamIndex, the number by which samples and extra data name it later;
+   its Matroska TrackNumber is OutStreamIndex + 1. Extra data is
+   length-prefixed (32-bit little-endian lengths): one block for audio and
+   subtitles, two (SPS or sequence header or HEVC parameter sets, then PPS)
+   for video. A block whose length runs past the given size is refused. */
+#define KX_STREAM_VIDEO 2
+#define KX_STREAM_AUDIO 3
+#define KX_STREAM_SUBPIC_INTERNAL 4 /* accepted, never written */
+#define KX_STREAM_SUBPIC_EXTERNAL 5
+
+/* Subtitle FourCCs of external subtitle streams that get a subtitle track
+   (Matroska containers only; WebM knows no such text track). Samples carry
+   one event's text, extra data the script header for ASS and SSA. Other
+   subtitle FourCCs get no track. */
+#define KX_SUBTITLE_SRT KX_FOURCC('S', 'R', 'T', ' ') /* plain UTF-8: "S_TEXT/UTF8" */
+#define KX_SUBTITLE_ASS KX_FOURCC('A', 'S', 'S', ' ') /* "S_TEXT/ASS" */
+#define KX_SUBTITLE_SSA KX_FOURCC('S', 'S', 'A', ' ') /* "S_TEXT/SSA" */
+
 typedef void* (*CreateMediaFileMultiStreamFunc)(void);
 typedef int32_t (*AddStreamInfoMultiStreamFunc)(void* handle, int32_t type, uint32_t programid,
                                                 uint32_t InStreamindex, uint32_t OutStreamIndex,

@@ -87,6 +87,13 @@ std::string_view WebmAudioCodecId(uint32_t fourcc) {
   return MatroskaAudioCodecId(fourcc);
 }
 
+std::string_view MatroskaSubtitleCodecId(uint32_t fourcc) {
+  return Lookup({{{FourCC("SRT ")}, "S_TEXT/UTF8"},
+                 {{FourCC("ASS ")}, "S_TEXT/ASS"},
+                 {{FourCC("SSA ")}, "S_TEXT/SSA"}},
+                fourcc, {});
+}
+
 bool IsNalUnitFourCC(uint32_t fourcc) {
   return OneOf(fourcc,
                {FourCC("A264"), FourCC("E264"), FourCC("I264"), FourCC("N264"), FourCC("AB24"),

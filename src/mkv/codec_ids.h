@@ -13,6 +13,9 @@ inline constexpr std::string_view kVfwAudioCodecId = "A_MS/VFW/FOURCC";
 
 std::string_view MatroskaVideoCodecId(uint32_t fourcc);
 std::string_view MatroskaAudioCodecId(uint32_t fourcc);
+// Text subtitles; empty for a FourCC that names no subtitle format the
+// module can write.
+std::string_view MatroskaSubtitleCodecId(uint32_t fourcc);
 std::string_view WebmVideoCodecId(uint32_t fourcc);
 std::string_view WebmAudioCodecId(uint32_t fourcc);
 

@@ -26,10 +26,6 @@ class HevcMKVMuxer : public MKVMuxer {
   std::vector<uint8_t> conversion_buffer_;
 };
 
-// The record is written into a fixed 1024-byte CodecPrivate, so the Tracks
-// element keeps its size whenever the parameter sets arrive.
-inline constexpr uint32_t kHevcCodecPrivateSize = 1024;
-
 }  // namespace kx
 
 #endif  // KX_MKV_HEVC_MKV_MUXER_H_

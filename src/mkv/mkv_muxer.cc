@@ -3,8 +3,6 @@
 #include "host/yr_utility.h"
 #include "src/codec/fourcc.h"
 #include "src/mkv/codec_ids.h"
-#include "src/mkv/sample_paths.h"
-#include "src/mkv/time_units.h"
 #include "src/mkv/track_setup.h"
 
 namespace kx {
@@ -25,8 +23,9 @@ MKVMuxer::~MKVMuxer() { Close(); }
 
 int32_t MKVMuxer::Init(const char16_t* path, const MediaFileParams& params) {
   const uint32_t fourcc = params.video.fourcc;
-  start_code_check_ = fourcc == FourCC("H264") || fourcc == FourCC("B264");
-  conversion_buffer_.clear();
+  if (fourcc == FourCC("H264") || fourcc == FourCC("B264")) {
+    video_intake_.EnableStartCodeCheck();
+  }
   if (SingleStreamMuxer::Init(path, params) == 0) {
     return 0;
   }
@@ -61,24 +60,7 @@ int32_t MKVMuxer::WriteVideoSample(const MediaSample& sample) {
   if (track == nullptr) {
     return 0;
   }
-  uint8_t* data = sample.videoData;
-  const int32_t size = sample.videoSize;
-  if (first_video_sample_) {
-    first_video_sample_ = false;
-    if (start_code_check_ && ContainsStartCode(data, size)) {
-      annex_b_input_ = true;
-    }
-  }
-  const int64_t end = FrameEnd(sample.start, sample.duration);
-  int32_t result = 0;
-  if (IsNalUnitFourCC(video_params().fourcc)) {
-    result = AddNalUnitSlices(*track, data, size, sample.start, end);
-  } else if (annex_b_input_) {
-    result = AddAnnexBAsLengthPrefixed(*track, data, size, sample.start, end, sample.keyframe,
-                                       conversion_buffer_);
-  } else {
-    result = track->AddFrame(data, size, sample.start, end, sample.keyframe);
-  }
+  const int32_t result = video_intake_.Add(*track, sample, video_params().fourcc, false);
   if (result > 0) {
     FlushIfDue(true, *track, kMatroskaFlushThreshold);
   }

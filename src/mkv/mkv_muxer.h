@@ -5,10 +5,10 @@
 
 #include <cstdint>
 #include <memory>
-#include <vector>
 
 #include "src/mkv/processor_pacing.h"
 #include "src/mkv/single_stream_muxer.h"
+#include "src/mkv/video_intake.h"
 
 namespace kx {
 
@@ -33,10 +33,7 @@ class MKVMuxer : public SingleStreamMuxer {
 
  private:
   const DisplayAspect aspect_;
-  bool first_video_sample_ = true;
-  bool start_code_check_ = false;
-  bool annex_b_input_ = false;
-  std::vector<uint8_t> conversion_buffer_;
+  VideoIntake video_intake_;
   ProcessorPacing pacing_;
 };
 

@@ -50,6 +50,31 @@ void PutBe32(uint8_t* out, uint32_t v) {
 constexpr uint8_t kNonIdrSlice = 1;
 constexpr uint8_t kIdrSlice = 5;
 
+// Walks units that begin with 4-byte start codes and calls `slice(s, n,
+// key)` for every slice (type 1 or 5) of n bytes at s, after overwriting its
+// start code in place with its length. Bytes before a start code belong to
+// no unit; when no start code is left, the rest is taken as one unit whose
+// first four bytes stand where a start code would. A unit ending within
+// five bytes of its start has no type byte: dropped.
+template <typename Slice>
+void ForEachSlice(uint8_t* data, int32_t size, Slice slice) {
+  int32_t p = 0;
+  while (p < size) {
+    const int32_t s = FindFourByteStartCode(data, p, size);
+    if (s >= 0) {
+      p = s;
+    }
+    const int32_t next = s < 0 ? -1 : FindFourByteStartCode(data, p + 4, size);
+    const int32_t n = (next < 0 ? size : next) - p;
+    const uint8_t type = n >= 5 ? data[p + 4] & 0x1F : 0;
+    if (type == kNonIdrSlice || type == kIdrSlice) {
+      PutBe32(data + p, static_cast<uint32_t>(n - 4));
+      slice(p, n, type == kIdrSlice ? 1 : 0);
+    }
+    p += n;
+  }
+}
+
 }  // namespace
 
 bool ContainsStartCode(const uint8_t* data, int32_t size) {
@@ -62,31 +87,26 @@ int32_t AddNalUnitSlices(MatroskaStream& track, uint8_t* data, int32_t size, int
     return 0;
   }
   int32_t total = 0;
-  int32_t p = 0;
-  while (p < size) {
-    int32_t s = FindFourByteStartCode(data, p, size);
-    int32_t n = size - p;
-    if (s < 0) {
-      // No start code left: the rest is taken as one unit whose first four
-      // bytes are its length field.
-      s = p;
-    } else {
-      // Bytes before the start code belong to no unit: skip them.
-      p = s;
-      const int32_t next = FindFourByteStartCode(data, p + 4, size);
-      n = (next < 0 ? size : next) - p;
-    }
-    // A unit ending within five bytes of its start has no type byte: dropped.
-    if (n >= 5) {
-      const uint8_t type = data[s + 4] & 0x1F;
-      if (type == kNonIdrSlice || type == kIdrSlice) {
-        PutBe32(data + s, static_cast<uint32_t>(n - 4));
-        total += track.AddFrame(data + p, n, start, end, type == kIdrSlice ? 1 : 0);
-      }
-    }
-    p += n;
-  }
+  ForEachSlice(data, size, [&](int32_t s, int32_t n, int32_t key) {
+    total += track.AddFrame(data + s, n, start, end, key);
+  });
   return total;
+}
+
+int32_t AddCompactedSlices(MatroskaStream& track, uint8_t* data, int32_t size, int64_t start,
+                           int64_t end, int32_t key) {
+  if (data == nullptr || size <= 0) {
+    return 0;
+  }
+  // Kept slices move to the front: the write position never passes the
+  // slice being read, so the move stays inside the sample.
+  int32_t kept = 0;
+  ForEachSlice(data, size, [&](int32_t s, int32_t n, int32_t slice_key) {
+    std::memmove(data + kept, data + s, static_cast<size_t>(n));
+    kept += n;
+    key = slice_key;
+  });
+  return kept == 0 ? 0 : track.AddFrame(data, kept, start, end, key);
 }
 
 int32_t AddAnnexBAsLengthPrefixed(MatroskaStream& track, const uint8_t* data, int32_t size,

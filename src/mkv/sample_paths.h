@@ -17,6 +17,13 @@ namespace kx {
 int32_t AddNalUnitSlices(MatroskaStream& track, uint8_t* data, int32_t size, int64_t start,
                          int64_t end);
 
+// Compacting path ("W264"): the same units, rewritten in place; the slices
+// move to the front of the buffer and become one frame, whose key flag is
+// that of the last slice kept (`key` when none decides). Returns the bytes
+// queued.
+int32_t AddCompactedSlices(MatroskaStream& track, uint8_t* data, int32_t size, int64_t start,
+                           int64_t end, int32_t key);
+
 // Conversion path: Annex B in (3- or 4-byte start codes), one frame out in
 // which slices, SPS, PPS and delimiters (types 1, 5, 7, 8, 9) carry 4-byte
 // big-endian lengths. `buffer` is reused between samples.

@@ -95,4 +95,14 @@ int32_t SetupAudioTrack(MatroskaStream& stream, const AudioParams& audio, uint32
   return 0;
 }
 
+int32_t SetupSubtitleTrack(MatroskaStream& stream, const SubtitleParams& subtitle, uint32_t index) {
+  const std::string_view codec_id = MatroskaSubtitleCodecId(subtitle.fourcc);
+  if (codec_id.empty()) {
+    return -1;
+  }
+  stream.BeginSetup(static_cast<uint64_t>(index) + 1, kSubtitleTrackType);
+  stream.entry().codec_id.SetText(codec_id);
+  return 0;
+}
+
 }  // namespace kx

@@ -13,6 +13,9 @@ namespace kx {
 // setup fail (unknown FourCCs take the VFW fallback).
 int32_t SetupVideoTrack(MatroskaStream& stream, const VideoParams& video, uint32_t index);
 int32_t SetupAudioTrack(MatroskaStream& stream, const AudioParams& audio, uint32_t index);
+// A text subtitle track (TrackType 17) for the subtitle FourCCs the module
+// knows; -1, with the stream left as it was, for any other FourCC.
+int32_t SetupSubtitleTrack(MatroskaStream& stream, const SubtitleParams& subtitle, uint32_t index);
 
 // Pieces shared with the WebM setups.
 void SetDefaultDurationAndPixels(MatroskaWriter::TrackEntry& entry, const VideoParams& video);

@@ -4,6 +4,8 @@
 
 #include "src/mkv/codec_ids.h"
 #include "src/mkv/hevc_mkv_muxer.h"
+#include "src/multi/multi_hevc_mkv_muxer.h"
+#include "src/codec/fourcc.h"
 
 namespace kx {
 
@@ -16,6 +18,25 @@ std::unique_ptr<SingleStreamMuxer> MakeSingleStreamMuxer(const MediaFileParams& 
       return std::make_unique<HevcMKVMuxer>(aspect);
     }
     return std::make_unique<MKVMuxer>(aspect);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+std::shared_ptr<MultiMuxer> MakeMultiStreamMuxer(uint32_t file_fourcc, uint32_t video_fourcc) {
+  // The multi-stream interface's HEVC FourCCs ("W265" but not "K265").
+  constexpr uint32_t kHevc[] = {FourCC("I265"), FourCC("A265"), FourCC("E265"),
+                                FourCC("V265"), FourCC("W265"), FourCC("HEVC")};
+  try {
+    if (file_fourcc == FourCC("WEBM")) {
+      return std::make_shared<MultiMKVMuxer>(true);
+    }
+    for (const uint32_t hevc : kHevc) {
+      if (video_fourcc == hevc) {
+        return std::make_shared<MultiHevcMKVMuxer>();
+      }
+    }
+    return std::make_shared<MultiMKVMuxer>(false);
   } catch (const std::bad_alloc&) {
     return nullptr;
   }

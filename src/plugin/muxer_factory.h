@@ -6,6 +6,7 @@
 
 #include "include/kx_mkv/kx_mkv.h"
 #include "src/mkv/mkv_muxer.h"
+#include "src/multi/multi_muxer.h"
 
 namespace kx {
 
@@ -13,6 +14,12 @@ namespace kx {
 // else MKVMuxer. Null when the object cannot be allocated.
 std::unique_ptr<SingleStreamMuxer> MakeSingleStreamMuxer(const MediaFileParams& params,
                                                          DisplayAspect aspect);
+
+// The multi-stream muxer for a file: WebM files get MultiMKVMuxer in WebM
+// mode, Matroska files with HEVC video (`video_fourcc`, that of the last
+// video stream) MultiHevcMKVMuxer, the others MultiMKVMuxer. Null when the
+// object cannot be allocated.
+std::shared_ptr<MultiMuxer> MakeMultiStreamMuxer(uint32_t file_fourcc, uint32_t video_fourcc);
 
 }  // namespace kx
 

@@ -8,13 +8,13 @@
 #include <memory>
 #include <new>
 #include <numeric>
-#include <type_traits>
 
 #include "host/yr_log.h"
 #include "src/codec/fourcc.h"
 #include "src/mkv/codec_ids.h"
 #include "src/mkv/mkv_muxer.h"
 #include "src/plugin/catalogue.h"
+#include "src/plugin/guarded.h"
 #include "src/plugin/muxer_factory.h"
 
 namespace kx {
@@ -27,19 +27,6 @@ AspectRatioRecord& PendingAspect() {
 }
 
 SingleStreamMuxer* Muxer(void* handle) { return static_cast<SingleStreamMuxer*>(handle); }
-
-// No exception may cross into the host: running out of memory while queueing
-// or rewriting makes the call report failure (0) instead.
-template <typename Call, typename Result = std::invoke_result_t<Call>>
-Result Guarded(Call call) {
-  try {
-    return call();
-  } catch (const std::exception&) {
-    if constexpr (!std::is_void_v<Result>) {
-      return Result{};
-    }
-  }
-}
 
 }  // namespace
 
