@@ -34,4 +34,4 @@ zip=$(echo "$work"/*.zip)
 expect "files of the .zip" "$(unzip -Z1 "$zip" | grep -v '/$' | sort)" \
   bin/kx_mkv.dll include/kx_mkv/kx_mkv.h share/doc/kx_mkv/{README.md,compatibility.md,host-guide.md}
 unzip -q "$zip" bin/kx_mkv.dll -d "$work/zip"
-bash "$source_dir/tests/windows/check_dll_tables.sh" "$work/zip/bin/kx_mkv.dll"
+python3 "$source_dir/tests/windows/windows.py" tables "$work/zip/bin/kx_mkv.dll"

@@ -1,75 +1,54 @@
-# The Windows module. Included twice: by the cross build (top-level
-# CMakeLists.txt, WIN32), which makes the Windows test programs, and by the
-# Linux build (tests/CMakeLists.txt), which makes the Linux counterparts and
-# the CTest tests that build the cross tree, check the DLL's tables and run
-# the Windows programs under wine.
+# The Windows module. Included by the cross build (top-level CMakeLists.txt,
+# WIN32), which makes the Windows test programs, and by the Linux build, which
+# makes the Linux side of the scenario host and the tests that build the cross
+# tree, check the DLL's tables and run the Windows programs under wine.
+set(kx_scenario_host ${CMAKE_CURRENT_LIST_DIR}/scenario_host.c)
 
 if(WIN32)
-  # Loads kx_mkv.dll like the conversion host and runs the shared scenarios.
-  add_executable(windows_host
-    ${CMAKE_CURRENT_LIST_DIR}/windows_host.cc
-    ${CMAKE_CURRENT_LIST_DIR}/scenarios.c)
-  target_include_directories(windows_host PRIVATE ${PROJECT_SOURCE_DIR})
-  target_link_options(windows_host PRIVATE -municode)
-  # Not linked against the module (it is loaded at run time), but it is
-  # useless without it.
-  add_dependencies(windows_host kx_mkv YR_Log YR_Utility)
-
-  # The Windows branches of the platform layer against the real system.
-  add_executable(platform_check ${CMAKE_CURRENT_LIST_DIR}/platform_check.cc)
-  target_link_libraries(platform_check PRIVATE kx_mkv_static)
-  target_link_options(platform_check PRIVATE -municode)
+  add_executable(scenario_host ${kx_scenario_host})
+  target_include_directories(scenario_host PRIVATE ${PROJECT_SOURCE_DIR})
+  # Loaded at run time, but useless without.
+  add_dependencies(scenario_host kx_mkv YR_Log YR_Utility)
+  # GoogleTest from Debian's sources (package googletest), for the platform
+  # layer against the real Windows calls.
+  add_subdirectory(/usr/src/googletest/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+  add_executable(platform_tests ${CMAKE_CURRENT_LIST_DIR}/platform_win.cc)
+  target_link_libraries(platform_tests PRIVATE kx_mkv_static gtest_main)
   return()
 endif()
 
-# ---- Linux side -------------------------------------------------------------
+# The Linux side: the same host in strict C, loading libkx_mkv.so.
+add_executable(scenario_host ${kx_scenario_host})
+set_target_properties(scenario_host PROPERTIES C_STANDARD 11 C_EXTENSIONS OFF)
+target_include_directories(scenario_host PRIVATE ${PROJECT_SOURCE_DIR})
+target_compile_options(scenario_host PRIVATE -pedantic -Werror)
+target_link_libraries(scenario_host PRIVATE ${CMAKE_DL_LIBS})
+add_dependencies(scenario_host kx_mkv)
+add_test(NAME exported_symbols COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/windows.py
+         symbols $<TARGET_FILE:kx_mkv>)
 
-# Same scenarios through dlopen of libkx_mkv.so: the reference files.
-add_executable(windows_linux_host
-  ${CMAKE_CURRENT_LIST_DIR}/linux_host.cc
-  ${CMAKE_CURRENT_LIST_DIR}/scenarios.c
-  ${PROJECT_SOURCE_DIR}/src/platform/utf16.cc)
-target_include_directories(windows_linux_host PRIVATE ${PROJECT_SOURCE_DIR})
-target_link_libraries(windows_linux_host PRIVATE ${CMAKE_DL_LIBS})
-add_dependencies(windows_linux_host kx_mkv)
-
-add_executable(windows_output_compare
-  ${CMAKE_CURRENT_LIST_DIR}/output_compare.cc
-  ${CMAKE_CURRENT_LIST_DIR}/output_compare_util.cc)
-target_include_directories(windows_output_compare PRIVATE ${PROJECT_SOURCE_DIR})
-
+kx_find_tools(kx_have_windows_tools x86_64-w64-mingw32-g++-posix x86_64-w64-mingw32-objdump wine)
+if(NOT kx_have_windows_tools)
+  return()
+endif()
 set(KX_WINDOWS_BUILD_DIR ${PROJECT_SOURCE_DIR}/build-win CACHE PATH
   "Cross build tree (mingw-w64) that the Windows tests build, or reuse when up to date")
-set(kx_windows_work ${CMAKE_CURRENT_BINARY_DIR}/windows_work)
-set(kx_windows_script ${CMAKE_CURRENT_LIST_DIR}/wine_tests.sh)
-
-# Each test skips (exit 77) when the cross compiler or wine is missing.
+set(win ${KX_WINDOWS_BUILD_DIR}/bin)
+set(prefix ${CMAKE_BINARY_DIR}/wineprefix)
+set(driver ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/windows.py)
 add_test(NAME windows.cross_build
   COMMAND bash ${PROJECT_SOURCE_DIR}/scripts/build-windows.sh ${KX_WINDOWS_BUILD_DIR})
-add_test(NAME windows.dll_tables
-  COMMAND bash ${CMAKE_CURRENT_LIST_DIR}/check_dll_tables.sh ${KX_WINDOWS_BUILD_DIR}/bin/kx_mkv.dll)
-add_test(NAME windows.wine_prefix
-  COMMAND bash ${kx_windows_script} prefix ${CMAKE_BINARY_DIR}/wineprefix)
+add_test(NAME windows.dll_tables COMMAND ${driver} tables ${win}/kx_mkv.dll)
+# A fresh wine prefix takes a while; it is made once, before the programs run.
+add_test(NAME windows.wine_prefix COMMAND ${driver} wine ${prefix} cmd /c exit)
 add_test(NAME windows.platform_under_wine
-  COMMAND bash ${kx_windows_script} platform ${CMAKE_BINARY_DIR}/wineprefix
-          ${KX_WINDOWS_BUILD_DIR}/bin ${kx_windows_work}/platform)
+  COMMAND ${driver} wine ${prefix} ${win}/platform_tests.exe)
 add_test(NAME windows.scenarios_match_linux
-  COMMAND bash ${kx_windows_script} scenarios ${CMAKE_BINARY_DIR}/wineprefix
-          ${KX_WINDOWS_BUILD_DIR}/bin ${kx_windows_work}/scenarios
-          $<TARGET_FILE:windows_linux_host> $<TARGET_FILE:kx_mkv>
-          $<TARGET_FILE:windows_output_compare>)
-add_test(NAME windows.wine_shutdown
-  COMMAND bash ${kx_windows_script} shutdown ${CMAKE_BINARY_DIR}/wineprefix)
-
-set_tests_properties(windows.cross_build PROPERTIES
-  FIXTURES_SETUP kx_windows_tree SKIP_RETURN_CODE 77 TIMEOUT 2400)
-set_tests_properties(windows.dll_tables PROPERTIES
-  FIXTURES_REQUIRED kx_windows_tree SKIP_RETURN_CODE 77 TIMEOUT 60)
-# A fresh wine prefix takes a while to set up; it is made once, before the
-# programs run, so that they do not race to create it.
-set_tests_properties(windows.wine_prefix PROPERTIES
-  FIXTURES_SETUP kx_wine SKIP_RETURN_CODE 77 TIMEOUT 300)
-set_tests_properties(windows.platform_under_wine windows.scenarios_match_linux PROPERTIES
-  FIXTURES_REQUIRED "kx_windows_tree;kx_wine" SKIP_RETURN_CODE 77 TIMEOUT 600)
-set_tests_properties(windows.wine_shutdown PROPERTIES
-  FIXTURES_CLEANUP kx_wine SKIP_RETURN_CODE 77 TIMEOUT 60)
+  COMMAND ${driver} scenarios ${prefix} ${win} ${CMAKE_CURRENT_BINARY_DIR}/windows_work
+          $<TARGET_FILE:scenario_host> $<TARGET_FILE:kx_mkv>)
+add_test(NAME windows.wine_shutdown COMMAND sh -c "WINEPREFIX=${prefix} wineserver -k || true")
+set_tests_properties(windows.cross_build PROPERTIES FIXTURES_SETUP kx_windows_tree TIMEOUT 2400)
+set_tests_properties(windows.wine_prefix PROPERTIES FIXTURES_SETUP kx_wine TIMEOUT 300)
+set_tests_properties(windows.dll_tables windows.platform_under_wine windows.scenarios_match_linux
+  PROPERTIES FIXTURES_REQUIRED "kx_windows_tree;kx_wine" TIMEOUT 600)
+set_tests_properties(windows.wine_shutdown PROPERTIES FIXTURES_CLEANUP kx_wine TIMEOUT 60)

@@ -1,0 +1,144 @@
+#!/usr/bin/env python3
+"""Checks of the module's exports and of its Windows build (kx_mkv.dll,
+cross-built with mingw-w64).
+
+  windows.py symbols LIBRARY
+      libkx_mkv.so exports the two catalogue functions and nothing else
+
+  windows.py tables DLL
+      the export table (GetFileFormats @2, GetFileMultiStreamFormats @3,
+      nothing else) and the imports (YR_Log.DLL by ordinals 1 and 2,
+      YR_Utility.dll cpu_num_processors by name, else system DLLs only)
+  windows.py wine PREFIX PROGRAM ARGS...
+      runs a Windows program under wine in the private PREFIX
+  windows.py scenarios PREFIX WIN_BIN WORK LINUX_HOST MODULE_SO
+      the scenario host with the Linux module and with kx_mkv.dll under wine:
+      reports, logs and files must be equal (files apart from the DateUTC
+      value), and every file the module took must be there
+"""
+
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+SYSTEM_DLLS = re.compile(r'(kernel32|msvcrt|user32|advapi32|ntdll|ucrtbase|api-ms-win-.*)\.dll',
+                         re.I)
+
+
+def fail(message):
+    print('FAIL: ' + message)
+    sys.exit(1)
+
+
+def symbols(library):
+    dump = subprocess.run(['nm', '-D', '--defined-only', library], capture_output=True,
+                          text=True, check=True).stdout
+    found = sorted(line.split()[-1].split('@')[0] for line in dump.splitlines())
+    if found != ['GetFileFormats', 'GetFileMultiStreamFormats']:
+        fail(f'{library} exports {found}')
+    print(f'ok: {found}')
+
+
+def tables(dll):
+    dump = subprocess.run(['x86_64-w64-mingw32-objdump', '-p', dll], capture_output=True,
+                          text=True, check=True).stdout
+    base = int(re.search(r'Ordinal Base (\d+)', dump).group(1))
+    names = re.search(r'\[Ordinal/Name Pointer\] Table\n((?:\t\[.*\n)*)', dump).group(1)
+    # objdump prints the ordinal or, in older versions, the index from the base.
+    exports = [(n, int(i) + (base if int(i) < base else 0))
+               for i, n in re.findall(r'\[\s*(\d+)\] (\w+)', names)]
+    ordinals = [int(o) for o in re.findall(r'\+base\[\s*(\d+)\]', dump)]
+    if exports != [('GetFileFormats', 2), ('GetFileMultiStreamFormats', 3)] or ordinals != [2, 3]:
+        fail(f'exports {exports} at ordinals {ordinals}: GetFileFormats @2 and '
+             'GetFileMultiStreamFormats @3 expected, nothing else')
+    imports = {dll: sorted(f'#{int(hint)}' if name == '<none>' else name
+                           for hint, name in re.findall(r'^\t[0-9a-f]+\s+(\d+)\s+(\S+)',
+                                                        entries, re.M))
+               for dll, entries in re.findall(r'DLL Name: (\S+)\n.*\n((?:\t.*\n)*)', dump)}
+    want = {'YR_Log.DLL': ['#1', '#2'], 'YR_Utility.dll': ['cpu_num_processors']}
+    if {dll: imports.get(dll) for dll in want} != want or \
+            not all(dll in want or SYSTEM_DLLS.fullmatch(dll) for dll in imports):
+        fail(f'imports {imports}: YR_Log.DLL by ordinals 1 and 2, YR_Utility.dll '
+             'cpu_num_processors by name and system DLLs expected')
+    print(f'ok: exports {exports}, imports from {sorted(imports)}')
+
+
+def wine(prefix, program, *args, log=None):
+    env = dict(os.environ, WINEPREFIX=prefix, WINEARCH='win64', WINEDEBUG='-all',
+               WINEDLLOVERRIDES='mscoree,mshtml=;winemenubuilder.exe=d', LC_ALL='C.UTF-8')
+    env.pop('DISPLAY', None)
+    if log:
+        env['YR_LOG_FILE'] = log
+    # Through a file: a wineserver that outlives the program must not hold
+    # CTest's output pipe open.
+    os.makedirs(prefix, exist_ok=True)
+    with tempfile.TemporaryFile() as f:
+        status = subprocess.run(['wine', program, *args], stdout=f, stderr=f,
+                                stdin=subprocess.DEVNULL, env=env).returncode
+        f.seek(0)
+        sys.stdout.write(f.read().decode(errors='replace').replace('\r', ''))
+    return status
+
+
+def winpath(path):
+    return 'Z:' + path.replace('/', '\\')
+
+
+def masked(path):
+    """A file's bytes with the DateUTC value (8 bytes after the first
+    44 61 88 header) zeroed."""
+    with open(path, 'rb') as f:
+        data = bytearray(f.read())
+    at = data.find(b'\x44\x61\x88')
+    if at >= 0:
+        data[at + 3:at + 11] = bytes(len(data[at + 3:at + 11]))
+    return bytes(data)
+
+
+def scenarios(prefix, win_bin, work, linux_host, module_so):
+    shutil.rmtree(work, ignore_errors=True)
+    runs = {}
+    for side in ('linux', 'wine'):
+        out = os.path.join(work, side) + '/'
+        os.makedirs(out)
+        log, report = os.path.join(work, side + '.log'), os.path.join(work, side + '.report')
+        if side == 'linux':
+            status = subprocess.run([linux_host, module_so, out, report],
+                                    env=dict(os.environ, YR_LOG_FILE=log)).returncode
+        else:
+            status = wine(prefix, os.path.join(win_bin, 'scenario_host.exe'),
+                          winpath(os.path.join(win_bin, 'kx_mkv.dll')), winpath(out),
+                          winpath(report), log=winpath(log))
+        if status != 0:
+            fail(f'the {side} scenario host exited with {status}')
+        with open(report) as f, open(log, errors='replace') as g:
+            text = g.read().replace(winpath(out), '<out>/').replace(out, '<out>/')
+            files = {os.path.relpath(os.path.join(d, n), out): masked(os.path.join(d, n))
+                     for d, _, names in os.walk(out) for n in names}
+            runs[side] = (f.read(), text.replace('\\', '/'), files)
+    (report, log, files), (wine_report, wine_log, wine_files) = runs['linux'], runs['wine']
+    if report != wine_report:
+        fail(f'the reports differ:\n{report}\n--- wine:\n{wine_report}')
+    if log != wine_log:
+        fail(f'the logs differ:\n{log}\n--- wine:\n{wine_log}')
+    taken = len(re.findall(r'handle=1|init=1', report))
+    if len(files) != taken or sorted(files) != sorted(wine_files):
+        fail(f'{taken} files taken by the module; Linux wrote {sorted(files)}, '
+             f'wine {sorted(wine_files)}')
+    different = [name for name in files if files[name] != wine_files[name]]
+    if different:
+        fail(f'files differ apart from DateUTC: {different}')
+    print(f'ok: {len(files)} files, the report and {log.count(chr(10))} log lines equal')
+
+
+if __name__ == '__main__':
+    command, args = sys.argv[1], sys.argv[2:]
+    if command in ('symbols', 'tables'):
+        globals()[command](*args)
+    elif command == 'wine':
+        sys.exit(wine(*args))
+    else:
+        scenarios(*args)
