@@ -4,14 +4,13 @@
 # platform_check.exe) with mingw-w64. Everything lands in BUILD_DIR/bin.
 # Usage: scripts/build-windows.sh [BUILD_DIR]      (default: build-win)
 # Environment: KX_WINDOWS_BUILD_TYPE (default Release), KX_JOBS (default 2).
-# Exit 77 when the cross compiler is not installed (scripts/install-windows-deps.sh).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${1:-$root/build-win}
 
 if ! command -v x86_64-w64-mingw32-g++-posix >/dev/null 2>&1; then
-  echo "SKIP: x86_64-w64-mingw32-g++-posix not installed; run scripts/install-windows-deps.sh" >&2
-  exit 77
+  echo "x86_64-w64-mingw32-g++-posix is not installed: run scripts/install-deps.sh" >&2
+  exit 1
 fi
 
 mkdir -p "$build"
