@@ -299,7 +299,6 @@ class MuxCase:
     tracks: List[Track]
     ext: str = '.mkv'
     simple_blocks: bool = False     # SimpleBlocks carry the key flag themselves
-    display: Optional[str] = None   # display aspect ratio, if not the pixels'
     # check name -> text of a failure that a reader's known limit causes
     # (each has its entry in docs/compatibility.md).
     known: Dict[str, str] = dataclasses.field(default_factory=dict)
@@ -322,7 +321,7 @@ MUX_CASES = [
             [video(AVC, expect_h264_nal_units), audio('A_AAC')],
             known={'decode': SLICE_DECODE, 'decode_after_seek': SLICE_DECODE}),
     MuxCase('mkv_h264_display_aspect', 'h264_sar_aac.mp4', [],
-            [video(AVC, expect_h264_conversion), audio('A_AAC')], display='16:9'),
+            [video(AVC, expect_h264_conversion), audio('A_AAC')]),
     MuxCase('mkv_xvid_mp3', 'mpeg4_mp3.mkv', [],
             [video('V_MPEG4/ISO/ASP', expect_mpeg4_vol_in_band), audio('A_MPEG/L3')]),
     MuxCase('mkv_vp9_opus', 'vp9_opus.webm', [], [video('V_VP9'), audio('A_OPUS')]),
@@ -373,9 +372,10 @@ def check_mkvmerge(out, inp, case):
                                                  '-show_streams')['streams'][0]
         if source['codec_type'] == 'video':
             rate = Fraction(source['avg_frame_rate'])
-            w, h, g = source['width'], source['height'], math.gcd(source['width'], source['height'])
-            want = {'pixel_dimensions': f'{w}x{h}', 'display_aspect_ratio': case.display
-                    or f'{w // g}:{h // g}', 'default_duration': int(1e9 / float(rate))}
+            w, h = source['width'], source['height']
+            g = math.gcd(w, h)
+            want = {'pixel_dimensions': f'{w}x{h}', 'default_duration': int(1e9 / float(rate)),
+                    'display_aspect_ratio': source.get('display_aspect_ratio', f'{w // g}:{h // g}')}
             got['display_aspect_ratio'] = probe(out, '-select_streams', track.selector,
                                                 '-show_streams')['streams'][0].get(
                                                     'display_aspect_ratio')
