@@ -55,6 +55,12 @@ const char* CodecName(Codec codec) {
       return "vorbis";
     case Codec::kOpus:
       return "opus";
+    case Codec::kSubrip:
+      return "subrip";
+    case Codec::kAss:
+      return "ass";
+    case Codec::kSsa:
+      return "ssa";
   }
   return "?";
 }
@@ -73,6 +79,10 @@ bool IsVideo(Codec codec) {
     default:
       return false;
   }
+}
+
+bool IsSubtitle(Codec codec) {
+  return codec == Codec::kSubrip || codec == Codec::kAss || codec == Codec::kSsa;
 }
 
 std::optional<uint32_t> ParseFourcc(std::string_view text) {
@@ -104,7 +114,8 @@ const std::vector<uint32_t>& FourccsFor(Codec codec) {
   // which no reader decodes as AAC.
   static const std::vector<std::vector<uint32_t>> kTable = {
       /* kH264 */ {F("H264"), F("I264"), F("K264"), F("B264"), F("A264"), F("E264"), F("N264"),
-                   F("AB24"), F("EB24"), F("IB24"), F("NB24"), F("AAVC"), F("VT64"), F("havc")},
+                   F("AB24"), F("EB24"), F("IB24"), F("NB24"), F("AAVC"), F("VT64"), F("havc"),
+                   F("W264")},
       /* kHevc */ {F("HEVC"), F("K265"), F("A265"), F("E265"), F("I265"), F("V265")},
       /* kMpeg1Video */ {F("MP1V")},
       /* kMpeg2Video */ {F("MP2V")},
@@ -120,6 +131,9 @@ const std::vector<uint32_t>& FourccsFor(Codec codec) {
       /* kPcm */ {F("PCM ")},
       /* kVorbis */ {F("VBIS")},
       /* kOpus */ {F("OPUS")},
+      /* kSubrip */ {F("SRT ")},
+      /* kAss */ {F("ASS ")},
+      /* kSsa */ {F("SSA ")},
   };
   return kTable[static_cast<size_t>(codec)];
 }
@@ -141,8 +155,22 @@ std::vector<uint32_t> CodecListEntries(const CodecList* list) {
   return entries;
 }
 
-Framing FramingFor(Codec codec, uint32_t fourcc, uint32_t container) {
+Framing FramingFor(Codec codec, uint32_t fourcc, uint32_t container, bool multi) {
   const bool webm = container == kFormatWebm;
+  if (multi) {
+    // The multi-stream muxer converts "H264" (in WebM too), splits the
+    // NAL-unit FourCCs and compacts "W264", all from start codes; its HEVC
+    // muxer (Matroska only, "K265" not among its FourCCs) wants start codes.
+    if (codec == Codec::kH264) {
+      return IsAvcNalUnitPath(fourcc) || OneOf(fourcc, {F("H264"), F("W264")})
+                 ? Framing::kAnnexB
+                 : Framing::kLengthPrefixed;
+    }
+    if (codec == Codec::kHevc) {
+      return !webm && fourcc != F("K265") ? Framing::kAnnexB : Framing::kLengthPrefixed;
+    }
+    return Framing::kAsIs;
+  }
   if (codec == Codec::kH264) {
     if (IsAvcNalUnitPath(fourcc)) {
       return Framing::kAnnexB;

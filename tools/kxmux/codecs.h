@@ -30,11 +30,15 @@ enum class Codec {
   kPcm,
   kVorbis,
   kOpus,
+  kSubrip,  // plain text subtitles
+  kAss,
+  kSsa,
 };
 
 // Short human name ("h264", "aac", ...).
 const char* CodecName(Codec codec);
 bool IsVideo(Codec codec);
+bool IsSubtitle(Codec codec);
 
 // Container FourCCs of the catalogue rows.
 constexpr uint32_t kFormatKmkv = KX_FOURCC('K', 'M', 'K', 'V');
@@ -66,8 +70,9 @@ enum class Framing {
 };
 
 // The framing that the module's sample path for (codec, FourCC) in the given
-// container expects. H.264 and HEVC only; every other codec is kAsIs.
-Framing FramingFor(Codec codec, uint32_t fourcc, uint32_t container);
+// container expects, through the single- or the multi-stream table. H.264
+// and HEVC only; every other codec is kAsIs.
+Framing FramingFor(Codec codec, uint32_t fourcc, uint32_t container, bool multi = false);
 
 }  // namespace kxmux
 

@@ -144,8 +144,11 @@ int Run(const std::vector<std::string>& args) {
     return Fail(error);
   }
   const FileFormat* row = module->FindRow(*options.format);
-  if (row == nullptr) {
-    return Fail("the module has no catalogue row '" + kxmux::FourccText(*options.format) + "'");
+  const FileMultiStreamFormat* multi_row =
+      options.multi ? module->FindMultiRow(*options.format) : nullptr;
+  if (row == nullptr || (options.multi && multi_row == nullptr)) {
+    return Fail("the module has no " + std::string(options.multi ? "multi-stream " : "") +
+                "catalogue row '" + kxmux::FourccText(*options.format) + "'");
   }
 
   const std::string part = options.output + ".part";
@@ -153,6 +156,7 @@ int Run(const std::vector<std::string>& args) {
   request.input = options.input;
   request.output = part;
   request.row = row;
+  request.multi_row = multi_row;
   request.video_fourcc = options.video_fourcc;
   request.audio_fourcc = options.audio_fourcc;
   request.any_codec = options.any_codec;

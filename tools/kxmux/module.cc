@@ -37,13 +37,27 @@ std::optional<Module> Module::Load(const std::string& path, std::string* error) 
     *error = "GetFileFormats of " + path + " returned no catalogue";
     return std::nullopt;
   }
+  using GetFileMultiStreamFormatsFunc = const FileMultiStreamFormat* (*)();
+  const auto get_multi = reinterpret_cast<GetFileMultiStreamFormatsFunc>(
+      dlsym(handle.get(), "GetFileMultiStreamFormats"));
+  const FileMultiStreamFormat* multi_table = get_multi != nullptr ? get_multi() : nullptr;
   // Shown in kxmux's summary: the file actually loaded, without "../".
   std::unique_ptr<char, decltype(&std::free)> resolved(realpath(name.c_str(), nullptr), &std::free);
-  return Module(std::move(handle), table, resolved ? std::string(resolved.get()) : path);
+  return Module(std::move(handle), table, multi_table,
+                resolved ? std::string(resolved.get()) : path);
 }
 
 const FileFormat* Module::FindRow(uint32_t fourcc) const {
   for (const FileFormat* row = table_; row->fourcc != 0; ++row) {
+    if (row->fourcc == fourcc) {
+      return row;
+    }
+  }
+  return nullptr;
+}
+
+const FileMultiStreamFormat* Module::FindMultiRow(uint32_t fourcc) const {
+  for (const FileMultiStreamFormat* row = multi_table_; row != nullptr && row->fourcc != 0; ++row) {
     if (row->fourcc == fourcc) {
       return row;
     }

@@ -21,6 +21,8 @@ class Module {
 
   // The catalogue row for a container FourCC, or null.
   [[nodiscard]] const FileFormat* FindRow(uint32_t fourcc) const;
+  // The multi-stream catalogue row for a container FourCC, or null.
+  [[nodiscard]] const FileMultiStreamFormat* FindMultiRow(uint32_t fourcc) const;
 
   [[nodiscard]] const std::string& path() const { return path_; }
 
@@ -29,11 +31,16 @@ class Module {
     void operator()(void* handle) const;
   };
 
-  Module(std::unique_ptr<void, Closer> handle, const FileFormat* table, std::string path)
-      : handle_(std::move(handle)), table_(table), path_(std::move(path)) {}
+  Module(std::unique_ptr<void, Closer> handle, const FileFormat* table,
+         const FileMultiStreamFormat* multi_table, std::string path)
+      : handle_(std::move(handle)),
+        table_(table),
+        multi_table_(multi_table),
+        path_(std::move(path)) {}
 
   std::unique_ptr<void, Closer> handle_;
   const FileFormat* table_;
+  const FileMultiStreamFormat* multi_table_;  // null when not exported
   std::string path_;
 };
 

@@ -46,6 +46,9 @@ std::string UsageText() {
          "  --any-codec          allow codecs that the chosen row does not list\n"
          "  --no-video           leave the video stream out\n"
          "  --no-audio           leave the audio stream out\n"
+         "  --multi              write every video, audio and text subtitle stream through the\n"
+         "                       multi-stream function table (with --no-video/--no-audio: all\n"
+         "                       video or all audio streams left out)\n"
          "  --log FILE           append the module's log lines to FILE\n"
          "  --module PATH        the module to load (default: the libkx_mkv.so of this build or "
          "install)\n"
@@ -111,6 +114,10 @@ std::optional<Options> ParseCommandLine(const std::vector<std::string>& args, st
       }
     } else if (name == "--no-video") {
       if (!flag(&options.no_video)) {
+        return std::nullopt;
+      }
+    } else if (name == "--multi") {
+      if (!flag(&options.multi)) {
         return std::nullopt;
       }
     } else if (name == "--json") {

@@ -22,7 +22,8 @@ struct Options {
   bool any_codec = false;
   bool no_video = false;
   bool no_audio = false;
-  bool json = false;  // the summary as one JSON object on stdout
+  bool multi = false;  // every stream, through the multi-stream table
+  bool json = false;   // the summary as one JSON object on stdout
   bool help = false;
 };
 

@@ -1,220 +1,64 @@
 #include "tools/kxmux/remux.h"
 
-extern "C" {
-#include <libavutil/channel_layout.h>
-#include <libavutil/dict.h>
-#include <libavutil/mathematics.h>
-#include <libavutil/rational.h>
-}
-
 #include <algorithm>
 #include <climits>
 #include <cstdio>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
 
-#include "src/platform/utf16.h"
-#include "tools/kxmux/codecs.h"
-#include "tools/kxmux/ffmpeg_util.h"
-#include "tools/kxmux/nal.h"
+#include "tools/kxmux/codec_preparation.h"
+#include "tools/kxmux/output.h"
 #include "tools/kxmux/progress.h"
+#include "tools/kxmux/stream_selection.h"
 
 namespace kxmux {
 namespace {
 
-// The host interface counts time in 100-ns units.
-constexpr AVRational kHostTimeBase = {1, 10000000};
-constexpr int64_t kHostUnitsPerSecond = 10000000;
-
-// Packets waiting for the other stream before one of them is handed over.
+// Packets waiting for the other streams before one of them is handed over.
 // Beyond this many the earliest goes anyway, so that a stream that ends
 // early (or has a long gap) cannot make kxmux hold the whole input.
 constexpr size_t kMaxQueuedPackets = 1024;
 
-// Start codes of an MPEG-4 Part 2 video object layer header.
-constexpr uint8_t kMpeg4VolFirst = 0x20;
-constexpr uint8_t kMpeg4VolLast = 0x2F;
-
-std::optional<Codec> CodecFromAv(AVCodecID id) {
-  switch (id) {
-    case AV_CODEC_ID_H264:
-      return Codec::kH264;
-    case AV_CODEC_ID_HEVC:
-      return Codec::kHevc;
-    case AV_CODEC_ID_MPEG1VIDEO:
-      return Codec::kMpeg1Video;
-    case AV_CODEC_ID_MPEG2VIDEO:
-      return Codec::kMpeg2Video;
-    case AV_CODEC_ID_MPEG4:
-      return Codec::kMpeg4Part2;
-    case AV_CODEC_ID_VP8:
-      return Codec::kVp8;
-    case AV_CODEC_ID_VP9:
-      return Codec::kVp9;
-    case AV_CODEC_ID_AV1:
-      return Codec::kAv1;
-    case AV_CODEC_ID_AAC:
-      return Codec::kAac;
-    case AV_CODEC_ID_MP3:
-      return Codec::kMp3;
-    case AV_CODEC_ID_MP2:
-      return Codec::kMp2;
-    case AV_CODEC_ID_AC3:
-      return Codec::kAc3;
-    case AV_CODEC_ID_DTS:
-      return Codec::kDts;
-    // The module writes PCM as A_PCM/INT/LIT: little-endian integers, signed
-    // except at 8 bits.
-    case AV_CODEC_ID_PCM_U8:
-    case AV_CODEC_ID_PCM_S16LE:
-    case AV_CODEC_ID_PCM_S24LE:
-    case AV_CODEC_ID_PCM_S32LE:
-      return Codec::kPcm;
-    case AV_CODEC_ID_VORBIS:
-      return Codec::kVorbis;
-    case AV_CODEC_ID_OPUS:
-      return Codec::kOpus;
-    default:
-      return std::nullopt;
-  }
-}
-
-std::string RowName(const FileFormat& row) {
-  std::string name = FourccText(row.fourcc);
-  while (!name.empty() && name.back() == ' ') {
-    name.pop_back();
-  }
-  return name;
-}
-
 std::string Quoted(uint32_t fourcc) { return "'" + FourccText(fourcc) + "'"; }
-
-std::string JoinFourccs(const std::vector<uint32_t>& fourccs) {
-  std::string text;
-  for (uint32_t fourcc : fourccs) {
-    if (!text.empty()) {
-      text += ", ";
-    }
-    text += Quoted(fourcc);
-  }
-  return text.empty() ? "none" : text;
-}
 
 int32_t ClampToInt32(int64_t value) {
   return static_cast<int32_t>(std::clamp<int64_t>(value, 0, INT32_MAX));
 }
 
-// Picks the module FourCC for a stream: the user's choice when it fits the
-// codec, else the first FourCC of the codec that the row lists. Without
-// --any-codec the row must list the FourCC, as in the conversion host.
-std::optional<uint32_t> ChooseFourcc(Codec codec, std::optional<uint32_t> wanted,
-                                     const FileFormat& row, bool any_codec, bool quiet,
-                                     std::string* error) {
-  const bool video = IsVideo(codec);
-  const char* kind = video ? "video" : "audio";
-  const CodecList* listed = video ? row.videoCodecs : row.audioCodecs;
-  const std::vector<uint32_t>& candidates = FourccsFor(codec);
-  const std::string listing = " (the " + RowName(row) + " row lists " +
-                              JoinFourccs(CodecListEntries(listed)) +
-                              "); --any-codec writes it anyway";
-  if (wanted) {
-    if (std::find(candidates.begin(), candidates.end(), *wanted) == candidates.end()) {
-      *error = "FourCC " + Quoted(*wanted) + " does not fit the input's " + CodecName(codec) + " " +
-               kind + " (it can go in as " + JoinFourccs(candidates) + ")";
-      return std::nullopt;
-    }
-    if (!any_codec && !CodecListHas(listed, *wanted)) {
-      *error = "the " + RowName(row) + " row does not accept " + kind + " FourCC " +
-               Quoted(*wanted) + listing;
-      return std::nullopt;
-    }
-    return wanted;
-  }
-  if (any_codec) {
-    return candidates.front();
-  }
-  for (uint32_t fourcc : candidates) {
-    if (!CodecListHas(listed, fourcc)) {
-      continue;
-    }
-    if (fourcc != candidates.front() && !quiet) {
-      std::fprintf(stderr, "kxmux: note: %s %s goes in as %s (the %s row does not list %s)\n",
-                   CodecName(codec), kind, Quoted(fourcc).c_str(), RowName(row).c_str(),
-                   Quoted(candidates.front()).c_str());
-    }
-    return fourcc;
-  }
-  *error = "the " + RowName(row) + " row accepts no FourCC for " + CodecName(codec) + " " + kind +
-           listing;
-  return std::nullopt;
-}
-
-// One input stream that goes into the file.
-struct Track {
-  AVStream* stream = nullptr;
-  Codec codec = Codec::kH264;
-  uint32_t fourcc = 0;
-  Framing framing = Framing::kAsIs;
-  // H.264 and HEVC input: 0 = Annex B, 1 to 4 = length-prefixed with that
-  // field size, -1 = not known until the first sample.
-  int input_length_size = -1;
-  bool extradata_sent = false;
-  BsfPtr adts_to_raw;  // AAC in ADTS framing: strips the headers, yields the config
-  std::deque<std::pair<int64_t, PacketPtr>> queue;  // keyed by decode time, 100-ns
-  int64_t next_start = 0;                           // start of a sample that carries no time
-  int64_t default_duration = 0;                     // for samples that carry no duration
-  uint64_t offered = 0;
-  uint64_t accepted = 0;
-};
-
-// The module's file handle; closing it finalises the file.
-class OutputFile {
- public:
-  OutputFile(const FileFormat* row, void* handle) : row_(row), handle_(handle) {}
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
-  ~OutputFile() { Close(); }
-
-  [[nodiscard]] void* handle() const { return handle_; }
-  void Close() {
-    if (handle_ != nullptr) {
-      row_->CloseMediaFile(handle_);
-    }
-    handle_ = nullptr;
-  }
-
- private:
-  const FileFormat* row_;
-  void* handle_;
-};
-
+// Demuxes the input, queues the chosen streams' packets, interleaves them by
+// time and hands them, prepared per codec, to the output.
 class Remuxer {
  public:
   explicit Remuxer(const RemuxRequest& request)
-      : request_(request), row_(*request.row), interrupted_(request.interrupted) {}
+      : request_(request),
+        multi_(request.multi_row != nullptr),
+        row_(multi_ ? RowCodecs{request.multi_row->fourcc, request.multi_row->audioCodecs,
+                                request.multi_row->videoCodecs}
+                    : RowCodecs{request.row->fourcc, request.row->audioCodecs,
+                                request.row->videoCodecs}),
+        interrupted_(request.interrupted) {}
 
   RemuxStatus Run(std::string* error);
 
  private:
   bool OpenInput(std::string* error);
   bool ChooseTracks(std::string* error);
-  bool SetUpTrack(AVStream* stream, std::optional<uint32_t> wanted, Track* track,
-                  std::string* error);
-  [[nodiscard]] std::unique_ptr<MediaFileParams> MakeParams() const;
-  void SetAspectRatio() const;
-  void SendInitialExtradata(Track* track);
-  void SendVideoParameterSets(Track* track, const uint8_t* data, size_t size);
-  void SendInBandParameterSets(Track* track, const std::vector<ByteView>& units);
+  bool ChooseEveryTrack(std::string* error);
+  bool AddTrack(AVStream* stream, std::string* error);
+  bool OpenOutput(std::string* error);
+  void SendInitialConfiguration(Track* track);
+  void SendVideoConfig(Track* track, const std::optional<VideoConfig>& config);
   bool FlushFilters(std::string* error);
   Track* NextReady(bool input_ended);
   bool Emit(Track* track, std::string* error);
-  bool WriteVideo(Track* track, const AVPacket& packet, int64_t start, int64_t duration,
-                  std::string* error);
-  bool WriteAudio(Track* track, const AVPacket& packet, int64_t start, int64_t duration);
   bool CheckAccepted(std::string* error) const;
+  [[nodiscard]] Track* FindTrack(int stream_index) const;
+  [[nodiscard]] bool HasKind(Kind kind) const {
+    return std::any_of(tracks_.begin(), tracks_.end(),
+                       [kind](const auto& track) { return track->kind == kind; });
+  }
   void Note(const std::string& text) const {
     if (!request_.quiet) {
       std::fprintf(stderr, "kxmux: note: %s\n", text.c_str());
@@ -222,12 +66,12 @@ class Remuxer {
   }
 
   const RemuxRequest& request_;
-  const FileFormat& row_;
+  const bool multi_;
+  const RowCodecs row_;
   std::function<bool()> interrupted_;
   InputPtr input_;
-  std::unique_ptr<Track> video_;
-  std::unique_ptr<Track> audio_;
-  std::unique_ptr<OutputFile> output_;
+  std::vector<std::unique_ptr<Track>> tracks_;  // in output order
+  std::unique_ptr<Output> output_;
   std::vector<uint8_t> buffer_;
   std::optional<int64_t> first_start_;
 };
@@ -261,339 +105,143 @@ bool Remuxer::OpenInput(std::string* error) {
   return true;
 }
 
+// Cover art is a still picture stored as a video stream, not video.
+bool IsStillPicture(const AVStream* stream) {
+  return (stream->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+}
+
+bool Remuxer::AddTrack(AVStream* stream, std::string* error) {
+  auto track = std::make_unique<Track>();
+  const bool video = stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO;
+  const std::optional<uint32_t> wanted = video ? request_.video_fourcc : request_.audio_fourcc;
+  if (!SetUpTrack(input_.get(), stream, wanted, row_, request_.any_codec, request_.quiet, multi_,
+                  track.get(), error)) {
+    return false;
+  }
+  track->out_index = static_cast<uint32_t>(tracks_.size());
+  tracks_.push_back(std::move(track));
+  return true;
+}
+
 bool Remuxer::ChooseTracks(std::string* error) {
+  if (multi_) {
+    return ChooseEveryTrack(error);
+  }
   AVFormatContext* context = input_.get();
   int video_index = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-  // Cover art is a still picture stored as a video stream, not video.
-  if (video_index >= 0 &&
-      (context->streams[video_index]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
+  if (video_index >= 0 && IsStillPicture(context->streams[video_index])) {
     video_index = -1;
   }
   const int audio_index = av_find_best_stream(context, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
-
   if (video_index >= 0 && !request_.no_video) {
-    if (row_.WriteVideoData == nullptr) {
-      Note("the " + RowName(row_) + " row takes no video; the input's video is left out");
-    } else {
-      video_ = std::make_unique<Track>();
-      if (!SetUpTrack(context->streams[video_index], request_.video_fourcc, video_.get(), error)) {
-        return false;
-      }
-    }
-  }
-  if (audio_index >= 0 && !request_.no_audio) {
-    audio_ = std::make_unique<Track>();
-    if (!SetUpTrack(context->streams[audio_index], request_.audio_fourcc, audio_.get(), error)) {
+    if (request_.row->WriteVideoData == nullptr) {
+      Note("the " + RowName(row_.fourcc) + " row takes no video; the input's video is left out");
+    } else if (!AddTrack(context->streams[video_index], error)) {
       return false;
     }
   }
-  if (!video_ && !audio_) {
-    *error = "the input has no " + std::string(request_.no_video ? "" : "video or ") +
-             "audio stream to write";
+  if (audio_index >= 0 && !request_.no_audio && !AddTrack(context->streams[audio_index], error)) {
     return false;
-  }
-  if (request_.video_fourcc && !video_) {
-    Note("--video-fourcc is unused: no video is written");
-  }
-  if (request_.audio_fourcc && !audio_) {
-    Note("--audio-fourcc is unused: no audio is written");
   }
   return true;
 }
 
-bool Remuxer::SetUpTrack(AVStream* stream, std::optional<uint32_t> wanted, Track* track,
-                         std::string* error) {
-  const AVCodecParameters& par = *stream->codecpar;
-  const bool video = par.codec_type == AVMEDIA_TYPE_VIDEO;
-  const auto codec = CodecFromAv(par.codec_id);
-  if (!codec) {
-    *error = std::string("the input's ") + (video ? "video" : "audio") + " codec '" +
-             avcodec_get_name(par.codec_id) + "' has no FourCC in the module (leave it out with " +
-             (video ? "--no-video" : "--no-audio") + ")";
-    return false;
-  }
-  const auto fourcc = ChooseFourcc(*codec, wanted, row_, request_.any_codec, request_.quiet, error);
-  if (!fourcc) {
-    return false;
-  }
-
-  track->stream = stream;
-  track->codec = *codec;
-  track->fourcc = *fourcc;
-  track->framing = FramingFor(*codec, *fourcc, row_.fourcc);
-  if (video) {
-    const AVRational rate = av_guess_frame_rate(input_.get(), stream, nullptr);
-    if (rate.num > 0 && rate.den > 0) {
-      track->default_duration = av_rescale_q(1, av_inv_q(rate), kHostTimeBase);
+// Every video, audio and text subtitle stream, in the input's order. Streams
+// the module has no FourCC for are left out with a note.
+bool Remuxer::ChooseEveryTrack(std::string* error) {
+  AVFormatContext* context = input_.get();
+  for (unsigned i = 0; i < context->nb_streams; ++i) {
+    AVStream* stream = context->streams[i];
+    const AVMediaType type = stream->codecpar->codec_type;
+    const char* name = avcodec_get_name(stream->codecpar->codec_id);
+    if ((type == AVMEDIA_TYPE_VIDEO && (request_.no_video || IsStillPicture(stream))) ||
+        (type == AVMEDIA_TYPE_AUDIO && request_.no_audio) ||
+        (type != AVMEDIA_TYPE_VIDEO && type != AVMEDIA_TYPE_AUDIO &&
+         type != AVMEDIA_TYPE_SUBTITLE)) {
+      continue;
     }
-  } else if (par.frame_size > 0 && par.sample_rate > 0) {
-    track->default_duration = av_rescale(par.frame_size, kHostUnitsPerSecond, par.sample_rate);
-  }
-
-  // ADTS-framed AAC (MPEG-TS, raw .aac) has no configuration record; the
-  // bitstream filter strips the headers and derives the record from them.
-  if (*codec == Codec::kAac && par.extradata_size == 0) {
-    AVBSFContext* context = nullptr;
-    const AVBitStreamFilter* filter = av_bsf_get_by_name("aac_adtstoasc");
-    if (filter == nullptr || av_bsf_alloc(filter, &context) < 0) {
-      *error = "cannot set up the ADTS to raw AAC conversion";
-      return false;
+    if (type == AVMEDIA_TYPE_VIDEO && row_.video == nullptr) {
+      Note("the " + RowName(row_.fourcc) + " row takes no video; stream " + std::to_string(i) +
+           " is left out");
+      continue;
     }
-    track->adts_to_raw.reset(context);
-    if (avcodec_parameters_copy(context->par_in, &par) < 0) {
-      *error = "cannot set up the ADTS to raw AAC conversion";
-      return false;
+    const auto codec = CodecFromAv(stream->codecpar->codec_id);
+    if (type == AVMEDIA_TYPE_SUBTITLE && (!codec || row_.fourcc == kFormatWebm)) {
+      Note(std::string("the ") + name + " subtitle stream " + std::to_string(i) +
+           " is left out (the module writes text subtitles into Matroska files only)");
+      continue;
     }
-    context->time_base_in = stream->time_base;
-    const int ret = av_bsf_init(context);
-    if (ret < 0) {
-      *error = "cannot set up the ADTS to raw AAC conversion: " + AvErrorText(ret);
+    if (!AddTrack(stream, error)) {
       return false;
     }
   }
   return true;
 }
 
-std::unique_ptr<MediaFileParams> MakeParamsFor(const FileFormat& row, const Track* video,
-                                               const Track* audio, AVFormatContext* input) {
-  auto params = std::make_unique<MediaFileParams>();  // value-initialised: all zero
-  params->containerFourcc = row.fourcc;
-  params->noVideo = video == nullptr ? 1 : 0;
-  params->noAudio = audio == nullptr ? 1 : 0;
-  params->noSubtitle = 1;
-  if (video != nullptr) {
-    const AVCodecParameters& par = *video->stream->codecpar;
-    VideoParams& v = params->video;
-    v.fourcc = video->fourcc;
-    v.width = par.width;
-    v.height = par.height;
-    const AVRational rate = av_guess_frame_rate(input, video->stream, nullptr);
-    // The module divides by the frame rate; an unknown rate gets the
-    // common 25 rather than a division by zero.
-    v.frameRate = rate.num > 0 && rate.den > 0 ? av_q2d(rate) : 25.0;
-    v.bitRate = static_cast<int32_t>(std::min<int64_t>(par.bit_rate, INT32_MAX));
-    v.bitCount = 24;
-  }
-  if (audio != nullptr) {
-    const AVCodecParameters& par = *audio->stream->codecpar;
-    AudioParams& a = params->audio;
-    a.fourcc = audio->fourcc;
-    a.sampleRate = par.sample_rate;
-    a.channels = par.ch_layout.nb_channels;
-    a.bitRate = static_cast<int32_t>(std::min<int64_t>(par.bit_rate, INT32_MAX));
-    // BitDepth is written for every audio track; compressed audio has no
-    // sample size of its own, and 16 is what decoders deliver by default.
-    if (audio->codec == Codec::kPcm) {
-      a.bitsPerSample = av_get_bits_per_sample(par.codec_id);
-    } else {
-      a.bitsPerSample = par.bits_per_raw_sample > 0 ? par.bits_per_raw_sample : 16;
+bool Remuxer::OpenOutput(std::string* error) {
+  if (multi_) {
+    std::vector<const Track*> tracks;
+    for (const auto& track : tracks_) {
+      tracks.push_back(track.get());
     }
-    if (const AVDictionaryEntry* language =
-            av_dict_get(audio->stream->metadata, "language", nullptr, 0)) {
-      const std::u16string text = kx::platform::Utf8ToUtf16(language->value);
-      const size_t room = sizeof a.language / sizeof a.language[0] - 1;
-      std::copy_n(text.begin(), std::min(text.size(), room), a.language);
+    output_ = OpenMultiTable(*request_.multi_row, request_.output, input_.get(), tracks, error);
+  } else {
+    const Track* video = nullptr;
+    const Track* audio = nullptr;
+    for (const auto& track : tracks_) {
+      (track->kind == Kind::kVideo ? video : audio) = track.get();
     }
+    output_ = OpenSingleTable(*request_.row, request_.output, input_.get(), video, audio, error);
   }
-  return params;
+  return output_ != nullptr;
 }
 
-std::unique_ptr<MediaFileParams> Remuxer::MakeParams() const {
-  return MakeParamsFor(row_, video_.get(), audio_.get(), input_.get());
-}
-
-void Remuxer::SetAspectRatio() const {
-  if (!video_ || row_.SetDisplayAspectRatio == nullptr) {
-    return;
-  }
-  const AVCodecParameters& par = *video_->stream->codecpar;
-  const AVRational sar = av_guess_sample_aspect_ratio(input_.get(), video_->stream, nullptr);
-  if (sar.num <= 0 || sar.den <= 0 || par.width <= 0 || par.height <= 0) {
-    return;
-  }
-  int numerator = 0;
-  int denominator = 0;
-  av_reduce(&numerator, &denominator, static_cast<int64_t>(par.width) * sar.num,
-            static_cast<int64_t>(par.height) * sar.den, INT32_MAX);
-  AspectRatioRecord record{};
-  record.numerator = numerator;
-  record.denominator = denominator;
-  row_.SetDisplayAspectRatio(&record);
-}
-
-void Remuxer::SendVideoParameterSets(Track* track, const uint8_t* data, size_t size) {
-  if (row_.WriteVideoExtraData == nullptr) {
-    return;
-  }
-  void* handle = output_->handle();
-  if (track->codec == Codec::kH264) {
-    const auto config = ParseAvcExtradata(data, size);
-    if (!config) {
-      return;
-    }
-    if (track->input_length_size < 0) {
-      track->input_length_size = config->length_size;
-    }
-    if (config->sps.empty() || config->pps.empty()) {
-      return;
-    }
-    // The module's argument order: the second block (PPS) first.
-    row_.WriteVideoExtraData(handle, config->pps.data(), static_cast<int32_t>(config->pps.size()),
-                             config->sps.data(), static_cast<int32_t>(config->sps.size()));
-    track->extradata_sent = true;
-  } else if (track->codec == Codec::kHevc) {
-    const auto config = ParseHevcExtradata(data, size);
-    if (!config) {
-      return;
-    }
-    if (track->input_length_size < 0) {
-      track->input_length_size = config->length_size;
-    }
-    // Only VPS, SPS and PPS: the module builds its hvcC record in a fixed
-    // 1024-byte CodecPrivate and refuses anything longer, and encoders' SEI
-    // (x265 writes its whole option string) alone can exceed that.
-    std::vector<ByteView> sets;
-    for (const ByteView& unit : SplitAnnexB(config->annex_b.data(), config->annex_b.size())) {
-      const int type = HevcNalType(unit);
-      if (type >= kHevcVps && type <= kHevcPps) {
-        sets.push_back(unit);
-      }
-    }
-    if (sets.empty()) {
-      return;
-    }
-    std::vector<uint8_t> annex_b;
-    AppendAnnexB(sets, &annex_b);
-    row_.WriteVideoExtraData(handle, nullptr, 0, annex_b.data(),
-                             static_cast<int32_t>(annex_b.size()));
-    track->extradata_sent = true;
-  } else if (track->codec == Codec::kMpeg1Video || track->codec == Codec::kMpeg2Video) {
-    row_.WriteVideoExtraData(handle, nullptr, 0, data, static_cast<int32_t>(size));
+void Remuxer::SendVideoConfig(Track* track, const std::optional<VideoConfig>& config) {
+  if (config) {
+    output_->VideoConfiguration(*track, config->first, config->second);
     track->extradata_sent = true;
   }
 }
 
-void Remuxer::SendInitialExtradata(Track* track) {
+void Remuxer::SendInitialConfiguration(Track* track) {
   const AVCodecParameters& par = *track->stream->codecpar;
   if (par.extradata == nullptr || par.extradata_size <= 0) {
     return;
   }
   const auto size = static_cast<size_t>(par.extradata_size);
-  if (track == video_.get()) {
-    SendVideoParameterSets(track, par.extradata, size);
-    return;
-  }
-  if (track->codec == Codec::kAac || track->codec == Codec::kVorbis ||
-      track->codec == Codec::kOpus) {
-    // FFmpeg keeps these exactly as Matroska's CodecPrivate wants them: the
-    // AudioSpecificConfig, the Xiph-laced Vorbis headers, the OpusHead.
-    row_.WriteAudioExtraData(output_->handle(), par.extradata, par.extradata_size);
+  if (track->kind == Kind::kVideo) {
+    SendVideoConfig(track, VideoConfigFrom(track, par.extradata, size));
+  } else if (TakesConfigurationAsIs(track->codec)) {
+    output_->Configuration(*track, par.extradata, size);
     track->extradata_sent = true;
   }
 }
 
-// Streams without out-of-band configuration (raw or broadcast H.264/HEVC
-// whose extra data FFmpeg could not fill) carry the parameter sets in their
-// key frames; the first such sample supplies them.
-void Remuxer::SendInBandParameterSets(Track* track, const std::vector<ByteView>& units) {
-  std::vector<uint8_t> annex_b;
-  if (track->codec == Codec::kH264) {
-    const AvcConfig config = FindAvcParameterSets(units);
-    if (config.sps.empty() || config.pps.empty()) {
-      return;
-    }
-    AppendAnnexB({{config.sps.data(), config.sps.size()}, {config.pps.data(), config.pps.size()}},
-                 &annex_b);
-  } else {
-    std::vector<ByteView> sets;
-    for (const ByteView& unit : units) {
-      const int type = HevcNalType(unit);
-      if (type >= kHevcVps && type <= kHevcPps) {
-        sets.push_back(unit);
-      }
-    }
-    if (sets.empty()) {
-      return;
-    }
-    AppendAnnexB(sets, &annex_b);
-  }
-  SendVideoParameterSets(track, annex_b.data(), annex_b.size());
-}
-
-// Queues a packet of the track for interleaving, through the ADTS conversion
-// when the track has one (a null packet drains the conversion at the end).
-bool Enqueue(Track* track, PacketPtr packet, std::string* error) {
-  const auto push = [track](PacketPtr p) {
-    const AVRational tb = track->stream->time_base;
-    const int64_t time = p->dts != AV_NOPTS_VALUE   ? av_rescale_q(p->dts, tb, kHostTimeBase)
-                         : p->pts != AV_NOPTS_VALUE ? av_rescale_q(p->pts, tb, kHostTimeBase)
-                         : track->queue.empty()     ? INT64_MIN
-                                                    : track->queue.back().first;
-    track->queue.emplace_back(time, std::move(p));
-  };
-  if (!track->adts_to_raw) {
-    push(std::move(packet));
-    return true;
-  }
-  AVBSFContext* filter = track->adts_to_raw.get();
-  int ret = av_bsf_send_packet(filter, packet.get());  // null at the end of the input
-  if (ret < 0) {
-    *error = "cannot convert the ADTS AAC stream: " + AvErrorText(ret);
-    return false;
-  }
-  for (;;) {
-    PacketPtr out(av_packet_alloc());
-    if (!out) {
-      *error = "out of memory";
-      return false;
-    }
-    ret = av_bsf_receive_packet(filter, out.get());
-    if (ret == AVERROR(EAGAIN) || ret == AVERROR_EOF) {
-      return true;
-    }
-    if (ret < 0) {
-      *error = "cannot convert the ADTS AAC stream: " + AvErrorText(ret);
-      return false;
-    }
-    push(std::move(out));
-  }
-}
-
 bool Remuxer::FlushFilters(std::string* error) {
-  const std::initializer_list<Track*> tracks = {video_.get(), audio_.get()};
-  return std::all_of(tracks.begin(), tracks.end(), [error](Track* track) {
-    return track == nullptr || !track->adts_to_raw || Enqueue(track, nullptr, error);
+  return std::all_of(tracks_.begin(), tracks_.end(), [error](const auto& track) {
+    return !track->adts_to_raw || Enqueue(track.get(), nullptr, error);
   });
 }
 
 // The track whose next packet goes to the module: the earliest waiting one,
-// once every track has one waiting (or the input has ended, or too many wait).
+// once every audio and video track has one waiting (or the input has ended,
+// or too many wait). Subtitles are sparse: they go when they are earliest.
 Track* Remuxer::NextReady(bool input_ended) {
   size_t waiting = 0;
   bool every_track_waiting = true;
-  for (Track* track : {video_.get(), audio_.get()}) {
-    if (track == nullptr) {
-      continue;
-    }
+  Track* best = nullptr;  // the first on equal times: video before audio
+  for (const auto& track : tracks_) {
     waiting += track->queue.size();
     if (track->queue.empty()) {
-      every_track_waiting = false;
-    }
-  }
-  if (waiting == 0) {
-    return nullptr;
-  }
-  if (!input_ended && !every_track_waiting && waiting < kMaxQueuedPackets) {
-    return nullptr;
-  }
-  Track* best = nullptr;
-  for (Track* track : {video_.get(), audio_.get()}) {  // video first on equal times
-    if (track == nullptr || track->queue.empty()) {
+      every_track_waiting = every_track_waiting && track->kind == Kind::kSubtitle;
       continue;
     }
     if (best == nullptr || track->queue.front().first < best->queue.front().first) {
-      best = track;
+      best = track.get();
     }
+  }
+  if (waiting == 0 || (!input_ended && !every_track_waiting && waiting < kMaxQueuedPackets)) {
+    return nullptr;
   }
   return best;
 }
@@ -611,11 +259,10 @@ bool Remuxer::Emit(Track* track, std::string* error) {
   const uint8_t* side =
       av_packet_get_side_data(packet.get(), AV_PKT_DATA_NEW_EXTRADATA, &side_size);
   if (side != nullptr && side_size > 0 && !track->extradata_sent) {
-    if (track == video_.get()) {
-      SendVideoParameterSets(track, side, side_size);
-    } else if (track->codec == Codec::kAac || track->codec == Codec::kVorbis ||
-               track->codec == Codec::kOpus) {
-      row_.WriteAudioExtraData(output_->handle(), side, static_cast<int32_t>(side_size));
+    if (track->kind == Kind::kVideo) {
+      SendVideoConfig(track, VideoConfigFrom(track, side, side_size));
+    } else if (TakesConfigurationAsIs(track->codec)) {
+      output_->Configuration(*track, side, side_size);
       track->extradata_sent = true;
     }
   }
@@ -633,123 +280,90 @@ bool Remuxer::Emit(Track* track, std::string* error) {
   if (!first_start_) {
     first_start_ = start;
   }
-
   ++track->offered;
-  if (track == video_.get()) {
-    return WriteVideo(track, *packet, start, duration, error);
-  }
-  return WriteAudio(track, *packet, start, duration);
-}
 
-bool Remuxer::WriteVideo(Track* track, const AVPacket& packet, int64_t start, int64_t duration,
-                         std::string* error) {
-  buffer_.clear();
-  const bool key = (packet.flags & AV_PKT_FLAG_KEY) != 0;
-  if (track->framing == Framing::kAsIs) {
-    // MPEG-4 Part 2 keeps its VOL header in the configuration when the input
-    // container has a place for it (MP4, Matroska). The module writes no
-    // CodecPrivate for it, so the header goes in front of every key frame
-    // that lacks one; otherwise a decoder starting there has no picture size.
-    const AVCodecParameters& par = *track->stream->codecpar;
-    if (track->codec == Codec::kMpeg4Part2 && key && par.extradata_size > 0 &&
-        !HasStartCodeIn(packet.data, static_cast<size_t>(packet.size), kMpeg4VolFirst,
-                        kMpeg4VolLast)) {
-      buffer_.assign(par.extradata, par.extradata + par.extradata_size);
+  MediaSample sample{};
+  sample.start = start;
+  sample.duration = ClampToInt32(duration);
+  if (track->kind == Kind::kVideo) {
+    std::optional<VideoConfig> in_band;
+    if (!PrepareVideoSample(track, *packet, &buffer_, &in_band, error)) {
+      return false;
     }
-    buffer_.insert(buffer_.end(), packet.data, packet.data + packet.size);
+    SendVideoConfig(track, in_band);
+    if (buffer_.empty()) {
+      return true;
+    }
+    if (buffer_.size() > INT32_MAX) {
+      *error = "a video sample is too large for the host interface";
+      return false;
+    }
+    sample.videoData = buffer_.data();
+    sample.videoSize = static_cast<int32_t>(buffer_.size());
+    sample.keyframe = (packet->flags & AV_PKT_FLAG_KEY) != 0 ? 1 : 0;
   } else {
-    const auto size = static_cast<size_t>(packet.size);
-    if (track->input_length_size < 0) {
-      track->input_length_size = StartsWithStartCode(packet.data, size) ? 0 : 4;
-    }
-    std::vector<ByteView> units;
-    if (track->input_length_size == 0) {
-      units = SplitAnnexB(packet.data, size);
+    buffer_.assign(packet->data, packet->data + packet->size);
+    if (track->kind == Kind::kAudio) {
+      sample.audioData = buffer_.data();
+      sample.audioSize = static_cast<int32_t>(buffer_.size());
     } else {
-      auto split = SplitLengthPrefixed(packet.data, size, track->input_length_size);
-      if (!split) {
-        *error = "a " + std::string(CodecName(track->codec)) +
-                 " sample of the input is malformed (its unit lengths run past its end)";
-        return false;
-      }
-      units = std::move(*split);
-    }
-    if (!track->extradata_sent) {
-      SendInBandParameterSets(track, units);
-    }
-    if (track->framing == Framing::kAnnexB) {
-      AppendAnnexB(units, &buffer_);
-    } else {
-      AppendLengthPrefixed(units, &buffer_);
+      sample.subtitleData = buffer_.data();
+      sample.subtitleSize = static_cast<int32_t>(buffer_.size());
     }
   }
-  if (buffer_.empty()) {
-    return true;
-  }
-  if (buffer_.size() > INT32_MAX) {
-    *error = "a video sample is too large for the host interface";
-    return false;
-  }
-  MediaSample sample{};
-  sample.videoData = buffer_.data();
-  sample.videoSize = static_cast<int32_t>(buffer_.size());
-  sample.keyframe = key ? 1 : 0;
-  sample.start = start;
-  sample.duration = ClampToInt32(duration);
-  if (row_.WriteVideoData(output_->handle(), &sample) > 0) {
-    ++track->accepted;
-  }
-  return true;
-}
-
-bool Remuxer::WriteAudio(Track* track, const AVPacket& packet, int64_t start, int64_t duration) {
-  buffer_.assign(packet.data, packet.data + packet.size);
-  MediaSample sample{};
-  sample.audioData = buffer_.data();
-  sample.audioSize = static_cast<int32_t>(buffer_.size());
-  sample.start = start;
-  sample.duration = ClampToInt32(duration);
-  if (row_.WriteAudioData(output_->handle(), &sample, nullptr) > 0) {
+  if (output_->Write(*track, sample)) {
     ++track->accepted;
   }
   return true;
 }
 
 bool Remuxer::CheckAccepted(std::string* error) const {
-  for (const Track* track : {video_.get(), audio_.get()}) {
-    if (track == nullptr || track->offered == 0 || track->accepted > 0) {
+  uint64_t offered = 0;
+  for (const auto& track : tracks_) {
+    offered += track->offered;
+    if (track->offered == 0 || track->accepted > 0) {
       continue;
     }
     *error = "the module accepted none of the " + std::to_string(track->offered) + " " +
              CodecName(track->codec) + " samples (FourCC " + Quoted(track->fourcc) + ")";
     return false;
   }
-  if ((video_ ? video_->offered : 0) + (audio_ ? audio_->offered : 0) == 0) {
+  if (offered == 0) {
     *error = "the input holds no samples";
     return false;
   }
   return true;
 }
 
+Track* Remuxer::FindTrack(int stream_index) const {
+  for (const auto& track : tracks_) {
+    if (track->stream->index == stream_index) {
+      return track.get();
+    }
+  }
+  return nullptr;
+}
+
 RemuxStatus Remuxer::Run(std::string* error) {
   if (!OpenInput(error) || !ChooseTracks(error)) {
     return RemuxStatus::kFailed;
   }
-
-  const std::unique_ptr<MediaFileParams> params = MakeParams();
-  SetAspectRatio();
-  const std::u16string path = kx::platform::Utf8ToUtf16(request_.output);
-  void* handle = row_.CreateMediaFile(path.c_str(), params.get());
-  if (handle == nullptr) {
-    *error = "the module refused to create " + request_.output +
-             " (CreateMediaFile failed; --log FILE records the module's reason)";
+  if (tracks_.empty()) {
+    *error = "the input has no " + std::string(request_.no_video ? "" : "video or ") +
+             "audio stream to write";
     return RemuxStatus::kFailed;
   }
-  output_ = std::make_unique<OutputFile>(&row_, handle);
-  for (Track* track : {video_.get(), audio_.get()}) {
-    if (track != nullptr) {
-      SendInitialExtradata(track);
-    }
+  if (request_.video_fourcc && !HasKind(Kind::kVideo)) {
+    Note("--video-fourcc is unused: no video is written");
+  }
+  if (request_.audio_fourcc && !HasKind(Kind::kAudio)) {
+    Note("--audio-fourcc is unused: no audio is written");
+  }
+  if (!OpenOutput(error)) {
+    return RemuxStatus::kFailed;
+  }
+  for (const auto& track : tracks_) {
+    SendInitialConfiguration(track.get());
   }
 
   const double total_seconds =
@@ -778,12 +392,7 @@ RemuxStatus Remuxer::Run(std::string* error) {
         *error = "reading " + request_.input + " failed: " + AvErrorText(ret);
         return RemuxStatus::kFailed;
       } else {
-        Track* track = nullptr;
-        for (Track* candidate : {video_.get(), audio_.get()}) {
-          if (candidate != nullptr && candidate->stream->index == packet->stream_index) {
-            track = candidate;
-          }
-        }
+        Track* track = FindTrack(packet->stream_index);
         if (track == nullptr) {
           av_packet_unref(packet.get());
           continue;
@@ -805,8 +414,10 @@ RemuxStatus Remuxer::Run(std::string* error) {
       }
     }
     if (first_start_) {
-      const int64_t position = std::max(video_ ? video_->next_start : INT64_MIN,
-                                        audio_ ? audio_->next_start : INT64_MIN);
+      int64_t position = INT64_MIN;
+      for (const auto& track : tracks_) {
+        position = std::max(position, track->next_start);
+      }
       progress.Update(static_cast<double>(position - *first_start_) / kHostUnitsPerSecond);
     }
     if (input_ended) {

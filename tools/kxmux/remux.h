@@ -16,6 +16,9 @@ struct RemuxRequest {
   std::string input;
   std::string output;  // the file the module creates
   const FileFormat* row = nullptr;
+  // Set for --multi: every video, audio and text subtitle stream of the
+  // input goes through this multi-stream row instead of `row`.
+  const FileMultiStreamFormat* multi_row = nullptr;
   std::optional<uint32_t> video_fourcc;
   std::optional<uint32_t> audio_fourcc;
   bool any_codec = false;
