@@ -24,21 +24,12 @@ Bytes FromHex(const std::string& hex) {
   return out;
 }
 
-// Four-byte start codes in front of each unit.
-Bytes AnnexB(std::initializer_list<Bytes> units) {
+// Units behind four-byte start codes, or behind their 32-bit lengths.
+Bytes Join(std::initializer_list<Bytes> units, bool annex_b = true) {
   Bytes out;
   for (const Bytes& unit : units) {
-    out.insert(out.end(), {0, 0, 0, 1});
-    out.insert(out.end(), unit.begin(), unit.end());
-  }
-  return out;
-}
-
-Bytes LengthPrefixed(std::initializer_list<Bytes> units) {
-  Bytes out;
-  for (const Bytes& unit : units) {
-    out.insert(out.end(),
-               {0, 0, static_cast<uint8_t>(unit.size() >> 8), static_cast<uint8_t>(unit.size())});
+    const auto n = static_cast<uint8_t>(unit.size());  // the units here are short
+    out.insert(out.end(), {0, 0, 0, annex_b ? uint8_t{1} : n});
     out.insert(out.end(), unit.begin(), unit.end());
   }
   return out;
@@ -93,10 +84,10 @@ TEST_P(HevcFileTest, RecordAndBlocks) {
     bool key_in;
     Bytes block;
     bool key;
-  } samples[] = {{AnnexB({vps, sps, pps, kIdr}), false, LengthPrefixed({kIdr}), true},
-                 {AnnexB({kTrail}), true, LengthPrefixed({kTrail}), false},
-                 {AnnexB({kTrail, kCra}), false, LengthPrefixed({kTrail, kCra}), true},
-                 {AnnexB({kIdr, kSei}), true, LengthPrefixed({kIdr, kSei}), false}};
+  } samples[] = {{Join({vps, sps, pps, kIdr}), false, Join({kIdr}, false), true},
+                 {Join({kTrail}), true, Join({kTrail}, false), false},
+                 {Join({kTrail, kCra}), false, Join({kTrail, kCra}, false), true},
+                 {Join({kIdr, kSei}), true, Join({kIdr, kSei}, false), false}};
   for (const bool late : {false, true}) {
     const TempDir dir;
     const FileFormat& row = Row("MKV ");
@@ -104,7 +95,7 @@ TEST_P(HevcFileTest, RecordAndBlocks) {
     {
       TableFile file(row, dir.WidePath(u"hevc.mkv"),
                      FileParams("MKV ", "HEVC", 320, 240, 25, "AC3 ", 48000, 2));
-      const Bytes parameter_sets = AnnexB({vps, sps, pps});
+      const Bytes parameter_sets = Join({vps, sps, pps});
       if (!late) file.VideoExtra(parameter_sets, {});
       for (int round = 0; round < 3; ++round) {
         for (size_t i = 0; i < 4; ++i) {
@@ -136,7 +127,7 @@ INSTANTIATE_TEST_SUITE_P(Streams, HevcFileTest, ::testing::ValuesIn(kStreams),
 
 TEST(HvccWriter, RefusalsLeaveTheOutputAloneAndAreLogged) {
   const StreamCase& c = kStreams[0];
-  const Bytes in = AnnexB({FromHex(c.vps), FromHex(c.sps), FromHex(c.pps)});
+  const Bytes in = Join({FromHex(c.vps), FromHex(c.sps), FromHex(c.pps)});
   Bytes out(200, 0xA5);
   uint32_t size = 0;
   ASSERT_TRUE(codec::ff_isom_write_hvcc(out.data(), 200, in.data(), static_cast<int32_t>(in.size()),
@@ -154,7 +145,7 @@ TEST(HvccWriter, RefusalsLeaveTheOutputAloneAndAreLogged) {
       codec::ff_isom_write_hvcc(nullptr, 200, in.data(), static_cast<int32_t>(in.size()), &size));
   // A unit that does not parse is logged with its type and length.
   const Bytes cut_sps = FromHex(std::string(c.sps).substr(0, 30));
-  const Bytes bad = AnnexB({FromHex(c.vps), cut_sps, FromHex(c.pps)});
+  const Bytes bad = Join({FromHex(c.vps), cut_sps, FromHex(c.pps)});
   EXPECT_FALSE(codec::ff_isom_write_hvcc(out.data(), 200, bad.data(),
                                          static_cast<int32_t>(bad.size()), &size));
   EXPECT_NE(log.Text().find("[kx_mkv] ff_isom_write_hvcc input param error\n"), std::string::npos);

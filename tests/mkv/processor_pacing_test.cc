@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "src/codec/fourcc.h"
 #include "src/platform/clock.h"
 #include "src/platform/debug_output.h"
 #include "src/platform/system_times.h"
-#include "src/codec/fourcc.h"
 
 namespace kx {
 namespace {
@@ -20,9 +20,9 @@ struct PacingCase {
   const char* name;
   int32_t processors;
   bool video_marker, audio_marker, light;
-  int usage;  // what the system times show; -1: they cannot be read
-  std::vector<int> measured_after;
-  std::vector<uint32_t> sleeps;  // per measurement
+  int usage;                        // what the system times show; -1: unreadable
+  std::vector<int> measured_after;  // samples
+  std::vector<uint32_t> sleeps;     // per measurement
 };
 
 class ProcessorPacingTest : public ::testing::TestWithParam<PacingCase> {
@@ -42,10 +42,7 @@ TEST_P(ProcessorPacingTest, MeasuresReportsAndSleeps) {
   platform::SystemTimes times;
   platform::SetDebugOutputSink([&](std::u16string_view line) { lines.emplace_back(line); });
   platform::SetClockForTests([&] { return now; },
-                             [&](uint32_t ms) {
-                               sleeps.push_back(ms);
-                               now += ms;
-                             });
+                             [&](uint32_t ms) { sleeps.push_back(ms), now += ms; });
   platform::SetSystemTimesForTests([&](platform::SystemTimes* out) {
     times.kernel += 1000;  // kernel time includes idle time
     times.idle += static_cast<uint64_t>(1000 - 10 * c.usage);
@@ -54,49 +51,43 @@ TEST_P(ProcessorPacingTest, MeasuresReportsAndSleeps) {
   });
   MediaFileParams params{};
   params.video.marker = c.video_marker ? FourCC("MDSR") : 0;
-  params.video.pacing = 1;
-  params.video.lightPacingOrAdditionsMode = c.light ? 1 : 0;
   params.audio.marker = c.audio_marker ? FourCC("MDSR") : 0;
-  params.audio.pacing = 1;
+  params.video.pacing = params.audio.pacing = 1;
+  params.video.lightPacingOrAdditionsMode = c.light ? 1 : 0;
   ProcessorPacing pacing(c.processors);
   pacing.Configure(params);
+  const std::u16string line = u" ____________________\u3000CPU size[" +
+                              std::u16string(1, u'0' + c.processors) + u"] -- CPU usage[" +
+                              (c.usage < 0      ? u"-1"
+                               : c.usage == 100 ? u"100"
+                                                : u"50") +
+                              u"]\u3000 __________________________\n";
   std::vector<int> measured;
   for (int i = 1; i <= 12; ++i) {
-    const size_t before = lines.size();
     const size_t slept = sleeps.size();
     pacing.Step();
-    if (lines.size() == before) {
-      EXPECT_EQ(sleeps.size(), slept) << "slept without measuring after sample " << i;
-      continue;
-    }
-    measured.push_back(i);
-    EXPECT_EQ(lines.back(), u" ____________________\u3000CPU size[" +
-                                std::u16string(1, u'0' + c.processors) + u"] -- CPU usage[" +
-                                (c.usage < 0      ? u"-1"
-                                 : c.usage == 100 ? u"100"
-                                                  : u"50") +
-                                u"]\u3000 __________________________\n");
+    if (lines.size() > measured.size()) measured.push_back(i);
     EXPECT_EQ(
         std::vector<uint32_t>(sleeps.begin() + static_cast<std::ptrdiff_t>(slept), sleeps.end()),
-        c.sleeps)
+        lines.size() > 0 && measured.back() == i ? c.sleeps : std::vector<uint32_t>{})
         << "after sample " << i;
   }
   EXPECT_EQ(measured, c.measured_after);
+  EXPECT_EQ(lines, std::vector<std::u16string>(measured.size(), line));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, ProcessorPacingTest,
-    ::testing::Values(
-        PacingCase{"TwoProcessorsEveryFourthSample", 2, true, false, false, 50, {4, 8, 12}, {}},
-        PacingCase{"LightEverySixthSample", 1, true, false, true, 50, {6, 12}, {}},
-        PacingCase{"FourProcessorsNever", 4, true, false, false, 100, {}, {}},
-        PacingCase{"NoMarkerNoPacing", 1, false, false, false, 100, {}, {}},
-        PacingCase{"AudioMarkerCounts", 2, false, true, false, 50, {4, 8, 12}, {}},
-        PacingCase{
-            "FullLoadSleepsUntil200Ms", 2, true, false, false, 100, {4, 8, 12}, {100, 66, 50}},
-        PacingCase{"LightFullLoadSleeps30Ms", 1, true, false, true, 100, {6, 12}, {30}},
-        PacingCase{"UnreadableTimesReportMinusOne", 2, true, false, false, -1, {4, 8, 12}, {}}),
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Cases, ProcessorPacingTest, ::testing::Values(
+    PacingCase{"TwoProcessorsEveryFourthSample", 2, true, false, false, 50, {4, 8, 12}, {}},
+    PacingCase{"LightEverySixthSample", 1, true, false, true, 50, {6, 12}, {}},
+    PacingCase{"FourProcessorsNever", 4, true, false, false, 100, {}, {}},
+    PacingCase{"NoMarkerNoPacing", 1, false, false, false, 100, {}, {}},
+    PacingCase{"AudioMarkerCounts", 2, false, true, false, 50, {4, 8, 12}, {}},
+    PacingCase{"FullLoadSleepsUntil200Ms", 2, true, false, false, 100, {4, 8, 12}, {100, 66, 50}},
+    PacingCase{"LightFullLoadSleeps30Ms", 1, true, false, true, 100, {6, 12}, {30}},
+    PacingCase{"UnreadableTimesReportMinusOne", 2, true, false, false, -1, {4, 8, 12}, {}}),
     [](const auto& info) { return std::string(info.param.name); });
+// clang-format on
 
 }  // namespace
 }  // namespace kx

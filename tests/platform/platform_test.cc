@@ -1,6 +1,6 @@
 // The platform layer the muxers stand on: FileEx (real files with 64-bit
-// positions, and the ".iso:" virtual target that opens nothing), UTF-16
-// names and texts, and the runtime's random sequence behind track UIDs.
+// positions and UTF-16 names, and the ".iso:" virtual target that opens
+// nothing), and the runtime's random sequence behind track UIDs.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -10,7 +10,6 @@
 
 #include "src/io/file_ex.h"
 #include "src/platform/crt_rand.h"
-#include "src/platform/utf16.h"
 #include "tests/support/temp_dir.h"
 
 namespace kx::test {
@@ -61,28 +60,6 @@ TEST(FileEx, RealFilesRewriteInPlaceBeyondFourGibibytes) {
   std::string head(8, '\0');
   in.read(head.data(), 8);
   EXPECT_EQ(head, "ABxyEFGH");
-}
-
-TEST(Utf16, BothDirectionsWithReplacementCharacters) {
-  const std::string fffd = "\xEF\xBF\xBD";
-  const struct {
-    std::u16string utf16;
-    std::string utf8;
-  } cases[] = {
-      {u"A\u00e9\u65e5\U0001F600", "A\xC3\xA9\xE6\x97\xA5\xF0\x9F\x98\x80"},
-      {u"\u007f\u0080\u07ff\u0800\uffff\U00010000\U0010FFFF",
-       "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
-      {{u'a', 0xD83D}, "a" + fffd},
-      {{0xDE00, 0xD83D, u'b'}, fffd + fffd + "b"},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(platform::Utf16ToUtf8(c.utf16), c.utf8);
-    if (c.utf8.find(fffd) == std::string::npos) EXPECT_EQ(platform::Utf8ToUtf16(c.utf8), c.utf16);
-  }
-  // Malformed UTF-8: a stray continuation byte, a cut sequence.
-  EXPECT_EQ(platform::Utf8ToUtf16("a\x80"
-                                  "b\xE6\x97"),
-            u"a\uFFFDb\uFFFD");
 }
 
 TEST(CrtRand, FollowsTheUnseededWindowsRuntime) {

@@ -56,14 +56,19 @@ int32_t TableFile::Video(Bytes data, int64_t start, int64_t duration, bool key) 
   return row_.WriteVideoData(handle_, &sample);
 }
 
-int32_t TableFile::Audio(const Bytes& data, int64_t start, int64_t duration) {
+int32_t TableFile::Audio(const Bytes& data, int64_t start, int64_t duration,
+                         const std::vector<uint32_t>& frame_sizes) {
   Bytes copy = data;
   MediaSample sample{};
   sample.audioData = copy.data();
   sample.audioSize = static_cast<int32_t>(copy.size());
   sample.start = start;
   sample.duration = static_cast<int32_t>(duration);
-  return row_.WriteAudioData(handle_, &sample, nullptr);
+  // A FrameSizeTable: the count, then the sizes.
+  std::vector<uint32_t> table = {static_cast<uint32_t>(frame_sizes.size())};
+  table.insert(table.end(), frame_sizes.begin(), frame_sizes.end());
+  const auto* frames = reinterpret_cast<const FrameSizeTable*>(table.data());
+  return row_.WriteAudioData(handle_, &sample, frame_sizes.empty() ? nullptr : frames);
 }
 
 void TableFile::VideoExtra(const Bytes& first, const Bytes& second) {

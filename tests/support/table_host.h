@@ -34,7 +34,10 @@ class TableFile {
   bool ok() const { return handle_ != nullptr; }
   // Times in 100-ns units; the return value is WriteVideoData's / WriteAudioData's.
   int32_t Video(Bytes data, int64_t start, int64_t duration, bool key);
-  int32_t Audio(const Bytes& data, int64_t start, int64_t duration);
+  // Non-empty `frame_sizes` go along as a FrameSizeTable: `data` holds
+  // several frames back to back.
+  int32_t Audio(const Bytes& data, int64_t start, int64_t duration,
+                const std::vector<uint32_t>& frame_sizes = {});
   void VideoExtra(const Bytes& first, const Bytes& second);
   void AudioExtra(const Bytes& config);
   // CloseMediaFile once; 0 when there was nothing to close.

@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <string>
 #include <system_error>
-#include <vector>
 
 #include "src/platform/utf16.h"
 
@@ -23,17 +23,11 @@ TempDir::TempDir() {
   std::string name = "kx_test";
   if (const auto* info = ::testing::UnitTest::GetInstance()->current_test_info()) {
     name = std::string(info->test_suite_name()) + "." + info->name();
-    for (char& c : name) {
-      if (c == '/') c = '_';  // parameterised names
-    }
+    std::replace(name.begin(), name.end(), '/', '_');  // parameterised names
   }
   std::string pattern = (root / (name + "_XXXXXX")).string();
-  std::vector<char> buffer(pattern.begin(), pattern.end());
-  buffer.push_back('\0');
-  if (mkdtemp(buffer.data()) == nullptr) {
-    throw std::runtime_error("mkdtemp failed for " + pattern);
-  }
-  path_ = buffer.data();
+  if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed: " + pattern);
+  path_ = pattern;
 }
 
 TempDir::~TempDir() {

@@ -14,8 +14,9 @@ int RunCommand(const std::string& command, std::string* output) {
   if (pipe == nullptr) return -1;
   std::string text;
   std::array<char, 4096> buffer{};
-  size_t n = 0;
-  while ((n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0) text.append(buffer.data(), n);
+  for (size_t n = 0; (n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) {
+    text.append(buffer.data(), n);
+  }
   const int status = pclose(pipe);
   if (output != nullptr) *output = text;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -25,51 +26,41 @@ std::string MissingTools(std::initializer_list<const char*> tools) {
   std::string missing;
   for (const char* tool : tools) {
     if (RunCommand(std::string("command -v ") + tool + " >/dev/null") != 0) {
-      missing += missing.empty() ? tool : std::string(" ") + tool;
+      missing += (missing.empty() ? "" : " ") + std::string(tool);
     }
   }
   return missing;
 }
 
-bool InCi() {
-  const char* ci = std::getenv("CI");
-  return ci != nullptr && std::string(ci) == "true";
-}
-
 bool MakeWithFfmpeg(const std::string& arguments, const std::string& path) {
   std::string output;
-  if (RunCommand("ffmpeg -nostdin -y -v error " + arguments + " '" + path + "'", &output) != 0) {
-    std::fprintf(stderr, "ffmpeg failed: %s\n", output.c_str());
-    return false;
+  if (RunCommand("ffmpeg -nostdin -y -v error " + arguments + " '" + path + "'", &output) == 0) {
+    return true;
   }
-  return true;
+  std::fprintf(stderr, "ffmpeg failed: %s\n", output.c_str());
+  return false;
 }
 
 std::vector<ProbedPacket> ProbePackets(const std::string& path, const std::string& selector) {
   std::string text;
-  if (RunCommand("ffprobe -v quiet -select_streams " + selector +
-                     " -show_entries packet=pts,duration,size,pos,flags -of compact=p=0 '" + path +
-                     "'",
-                 &text) != 0) {
-    return {};
-  }
+  RunCommand("ffprobe -v quiet -select_streams " + selector +
+                 " -show_entries packet=pts,duration,size,pos,flags -of compact=p=0 '" + path + "'",
+             &text);
   std::vector<ProbedPacket> packets;
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
-    ProbedPacket packet;
+    ProbedPacket& packet = packets.emplace_back();
     std::istringstream fields(line);
     for (std::string field; std::getline(fields, field, '|');) {
-      const size_t eq = field.find('=');
-      const std::string key = field.substr(0, eq);
-      const std::string value = field.substr(eq + 1);
+      const std::string key = field.substr(0, field.find('='));
+      const std::string value = field.substr(key.size() + 1);
       const int64_t number = value == "N/A" ? -1 : std::atoll(value.c_str());
       if (key == "pts") packet.pts = number;
       if (key == "duration") packet.duration = number;
       if (key == "size") packet.size = number;
       if (key == "pos") packet.pos = number;
-      if (key == "flags") packet.key = !value.empty() && value[0] == 'K';
+      if (key == "flags") packet.key = value[0] == 'K';
     }
-    packets.push_back(packet);
   }
   return packets;
 }
@@ -77,16 +68,15 @@ std::vector<ProbedPacket> ProbePackets(const std::string& path, const std::strin
 std::string ReaderComplaints(const std::string& path) {
   std::string probe;
   std::string info;
-  const int probe_status =
-      RunCommand("ffprobe -v error -show_format -show_streams '" + path + "' >/dev/null", &probe);
-  const int info_status = RunCommand("mkvinfo '" + path + "'", &info);
-  std::string complaints = probe;
-  if (probe_status != 0) complaints += "ffprobe failed\n";
-  if (info_status != 0 || info.find("Error") != std::string::npos ||
-      info.find("Warning") != std::string::npos) {
-    complaints += "mkvinfo: " + info;
+  if (RunCommand("ffprobe -v error -show_format -show_streams '" + path + "' >/dev/null", &probe) !=
+      0) {
+    probe += "ffprobe failed\n";
   }
-  return complaints;
+  if (RunCommand("mkvinfo '" + path + "'", &info) == 0 && info.find("Error") == std::string::npos &&
+      info.find("Warning") == std::string::npos) {
+    info.clear();
+  }
+  return probe + info;
 }
 
 }  // namespace kx::test

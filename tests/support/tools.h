@@ -1,5 +1,5 @@
 // Test support: command-line tools (ffmpeg, ffprobe, mkvinfo) as black-box
-// readers and stream makers.
+// stream makers and readers.
 #ifndef KX_TESTS_SUPPORT_TOOLS_H_
 #define KX_TESTS_SUPPORT_TOOLS_H_
 
@@ -19,22 +19,18 @@ int RunCommand(const std::string& command, std::string* output = nullptr);
 // The tools of the list that cannot be run, separated by spaces.
 std::string MissingTools(std::initializer_list<const char*> tools);
 
-// True under CI=true, where a missing tool fails instead of skipping.
-bool InCi();
+// Stops the test when a tool is missing: a failure under CI=true, where the
+// whole suite must run, a skip naming the tools elsewhere.
+#define KX_REQUIRE_TOOLS(...)                                                                  \
+  if (const std::string kx_missing = ::kx::test::MissingTools({__VA_ARGS__});                  \
+      !kx_missing.empty()) {                                                                   \
+    const char* kx_ci = std::getenv("CI");                                                     \
+    if (kx_ci != nullptr && std::string(kx_ci) == "true") FAIL() << "missing: " << kx_missing; \
+    GTEST_SKIP() << "missing tools: " << kx_missing;                                           \
+  }
 
-// Stops the test when a tool is missing: a failure under CI=true (CI must
-// run the whole suite), a skip with the tools' names elsewhere.
-#define KX_REQUIRE_TOOLS(...)                                                          \
-  do {                                                                                 \
-    const std::string kx_missing = ::kx::test::MissingTools({__VA_ARGS__});            \
-    if (!kx_missing.empty()) {                                                         \
-      if (::kx::test::InCi()) FAIL() << "missing tools under CI=true: " << kx_missing; \
-      GTEST_SKIP() << "missing tools: " << kx_missing;                                 \
-    }                                                                                  \
-  } while (false)
-
-// Writes `path` with `ffmpeg -nostdin -y -v error ARGUMENTS path`; false (and
-// ffmpeg's message on stderr) when it failed.
+// `ffmpeg -nostdin -y -v error ARGUMENTS path`; false (and ffmpeg's message
+// on stderr) when it failed.
 bool MakeWithFfmpeg(const std::string& arguments, const std::string& path);
 
 // One packet as `ffprobe -show_packets` reports it, in the stream's time base
@@ -46,12 +42,11 @@ struct ProbedPacket {
   int64_t pos = -1;
   bool key = false;
 };
-// The packets of one stream (`selector` as in -select_streams, e.g. "v:0");
-// empty when ffprobe failed.
+// The packets of one stream (`selector` as for -select_streams: "v:0").
 std::vector<ProbedPacket> ProbePackets(const std::string& path, const std::string& selector);
 
-// `ffprobe -v error` on the whole file plus `mkvinfo`: what they complain
-// about, or an empty string when both read it cleanly.
+// What `ffprobe -v error` and `mkvinfo` complain about; empty when both read
+// the whole file cleanly.
 std::string ReaderComplaints(const std::string& path);
 
 }  // namespace kx::test
