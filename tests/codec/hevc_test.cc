@@ -5,11 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "src/codec/hvcc_writer.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/matroska_file.h"
+#include "tests/support/nal_units.h"
 #include "tests/support/table_host.h"
 #include "tests/support/temp_dir.h"
 
@@ -24,15 +26,8 @@ Bytes FromHex(const std::string& hex) {
   return out;
 }
 
-// Units behind four-byte start codes, or behind their 32-bit lengths.
 Bytes Join(std::initializer_list<Bytes> units, bool annex_b = true) {
-  Bytes out;
-  for (const Bytes& unit : units) {
-    const auto n = static_cast<uint8_t>(unit.size());  // the units here are short
-    out.insert(out.end(), {0, 0, 0, annex_b ? uint8_t{1} : n});
-    out.insert(out.end(), unit.begin(), unit.end());
-  }
-  return out;
+  return JoinUnits(units, annex_b);
 }
 
 struct StreamCase {
@@ -125,29 +120,24 @@ TEST_P(HevcFileTest, RecordAndBlocks) {
 INSTANTIATE_TEST_SUITE_P(Streams, HevcFileTest, ::testing::ValuesIn(kStreams),
                          [](const auto& info) { return std::string(info.param.name); });
 
+// Refusals leave the output alone and are logged: a record as long as the
+// capacity, no output, a unit that does not parse (type and length logged).
 TEST(HvccWriter, RefusalsLeaveTheOutputAloneAndAreLogged) {
   const StreamCase& c = kStreams[0];
-  const Bytes in = Join({FromHex(c.vps), FromHex(c.sps), FromHex(c.pps)});
-  Bytes out(200, 0xA5);
-  uint32_t size = 0;
-  ASSERT_TRUE(codec::ff_isom_write_hvcc(out.data(), 200, in.data(), static_cast<int32_t>(in.size()),
-                                        &size));
-  const LogCapture log;
-  for (const uint32_t capacity : {size, 0U}) {  // the record must be shorter than the capacity
-    Bytes untouched(200, 0xA5);
-    uint32_t kept = 7;
-    EXPECT_FALSE(codec::ff_isom_write_hvcc(untouched.data(), capacity, in.data(),
-                                           static_cast<int32_t>(in.size()), &kept));
-    EXPECT_EQ(untouched, Bytes(200, 0xA5));
-    EXPECT_EQ(kept, 7U);
-  }
-  EXPECT_FALSE(
-      codec::ff_isom_write_hvcc(nullptr, 200, in.data(), static_cast<int32_t>(in.size()), &size));
-  // A unit that does not parse is logged with its type and length.
   const Bytes cut_sps = FromHex(std::string(c.sps).substr(0, 30));
+  const Bytes good = Join({FromHex(c.vps), FromHex(c.sps), FromHex(c.pps)});
   const Bytes bad = Join({FromHex(c.vps), cut_sps, FromHex(c.pps)});
-  EXPECT_FALSE(codec::ff_isom_write_hvcc(out.data(), 200, bad.data(),
-                                         static_cast<int32_t>(bad.size()), &size));
+  const LogCapture log;
+  for (const auto& [in, capacity, null] : {std::tuple{&good, 23 + 9 + 6 + good.size() - 12, false},
+                                           {&good, size_t{200}, true},
+                                           {&bad, size_t{200}, false}}) {
+    Bytes out(200, 0xA5);
+    uint32_t size = 7;
+    EXPECT_FALSE(codec::ff_isom_write_hvcc(null ? nullptr : out.data(), capacity, in->data(),
+                                           static_cast<int32_t>(in->size()), &size));
+    EXPECT_EQ(out, Bytes(200, 0xA5));
+    EXPECT_EQ(size, 7U);
+  }
   EXPECT_NE(log.Text().find("[kx_mkv] ff_isom_write_hvcc input param error\n"), std::string::npos);
   EXPECT_NE(log.Text().find("[kx_mkv] type[33] length[15]\n"), std::string::npos) << log.Text();
 }

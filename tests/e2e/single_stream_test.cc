@@ -10,6 +10,7 @@
 
 #include "src/platform/utf16.h"
 #include "tests/support/matroska_file.h"
+#include "tests/support/nal_units.h"
 #include "tests/support/table_host.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/tools.h"
@@ -25,52 +26,18 @@ struct Frame {
 
 int64_t Ms(int64_t ticks) { return (ticks + 5000) / 10000; }
 
-// The payloads of an Annex B buffer's NAL units, without start codes.
-std::vector<Bytes> NalUnits(const Bytes& s) {
-  std::vector<Bytes> units;
-  size_t begin = 0;
-  for (size_t i = 0; i + 3 <= s.size(); ++i) {
-    if (s[i] != 0 || s[i + 1] != 0 || s[i + 2] != 1) continue;
-    if (begin != 0) units.emplace_back(s.begin() + begin, s.begin() + (s[i - 1] == 0 ? i - 1 : i));
-    begin = i + 3;
-  }
-  if (begin != 0) units.emplace_back(s.begin() + begin, s.end());
-  return units;
-}
-
-void Append(Bytes& out, std::initializer_list<uint8_t> head, const Bytes& unit) {
-  out.insert(out.end(), head);
-  out.insert(out.end(), unit.begin(), unit.end());
-}
-
-Bytes Prefixed(const Bytes& unit) {  // a 32-bit length instead of the start code
-  Bytes out;
-  const auto n = static_cast<uint32_t>(unit.size());
-  Append(out, {uint8_t(n >> 24), uint8_t(n >> 16), uint8_t(n >> 8), uint8_t(n)}, unit);
-  return out;
-}
-
-const std::map<std::string, std::pair<std::string, double>> kSources = {
-    // ffmpeg, frame length
-    {"h264",
-     {"-f lavfi -i testsrc2=size=320x240:rate=25 -t 2 -pix_fmt yuv420p -c:v libx264 "
-      "-bf 0 -g 12 -x264-params aud=1 -f h264",
-      0.04}},
-    {"h264slices",
-     {"-f lavfi -i testsrc2=size=320x240:rate=25 -t 2 -pix_fmt yuv420p -c:v "
-      "libx264 -bf 0 -g 12 -x264-params aud=1:slices=2 -f h264",
-      0.04}},
-    {"vp9",
-     {"-f lavfi -i testsrc2=size=320x240:rate=25 -t 2 -c:v libvpx-vp9 -deadline "
-      "realtime -g 12 -f ivf",
-      0.04}},
-    {"aac", {"-f lavfi -i sine=sample_rate=48000 -t 2 -c:a aac -f adts", 1024.0 / 48000}},
-    {"mp3",
-     {"-f lavfi -i sine=sample_rate=48000 -t 2 -c:a libmp3lame -write_xing 0 "
-      "-id3v2_version 0 -f mp3",
-      1152.0 / 48000}},
-    {"ac3", {"-f lavfi -i sine=sample_rate=48000 -t 2 -c:a ac3 -f ac3", 1536.0 / 48000}},
-};
+const std::string kVideo = "-f lavfi -i testsrc2=size=320x240:rate=25 -t 2 -pix_fmt yuv420p ";
+const std::string kAudio = "-f lavfi -i sine=sample_rate=48000 -t 2 ";
+const std::string kX264 = "-c:v libx264 -bf 0 -g 12 -f h264 -x264-params aud=1";
+// clang-format off
+const std::map<std::string, std::pair<std::string, double>> kSources = {  // ffmpeg, frame length
+    {"h264", {kVideo + kX264, 0.04}},
+    {"h264slices", {kVideo + kX264 + ":slices=2", 0.04}},
+    {"vp9", {kVideo + "-c:v libvpx-vp9 -deadline realtime -g 12 -f ivf", 0.04}},
+    {"aac", {kAudio + "-c:a aac -f adts", 1024.0 / 48000}},
+    {"mp3", {kAudio + "-c:a libmp3lame -write_xing 0 -id3v2_version 0 -f mp3", 1152.0 / 48000}},
+    {"ac3", {kAudio + "-c:a ac3 -f ac3", 1536.0 / 48000}}};
+// clang-format on
 
 // Makes the source with ffmpeg and cuts it where ffprobe finds its packets.
 // H.264 gets 4-byte start codes, as hosts send it; ADTS headers are taken
@@ -88,9 +55,7 @@ std::vector<Frame> Make(const std::string& name, const TempDir& dir, Bytes* conf
     frame.start = std::llround(static_cast<double>(frames.size() - 1) * frame_seconds * 1e7);
     frame.key = packet.key;
     if (name.compare(0, 4, "h264") == 0) {
-      Bytes annex_b;
-      for (const Bytes& unit : NalUnits(frame.data)) Append(annex_b, {0, 0, 0, 1}, unit);
-      frame.data = annex_b;
+      frame.data = JoinUnits(NalUnits(frame.data), true);
     }
     if (name == "aac") {
       const Bytes& h = frame.data;
@@ -124,11 +89,11 @@ std::vector<Frame> VideoBlocks(const std::string& fourcc, const Frame& frame) {
   for (const Bytes& unit : NalUnits(frame.data)) {
     const int type = unit[0] & 0x1F;
     if (fourcc == "H264" && (type == 1 || type == 5 || type == 7 || type == 8 || type == 9)) {
-      Bytes prefixed = Prefixed(unit);
+      const Bytes prefixed = JoinUnits({unit}, false);
       converted.data.insert(converted.data.end(), prefixed.begin(), prefixed.end());
     }
     if (fourcc == "I264" && (type == 1 || type == 5)) {
-      blocks.push_back({Prefixed(unit), frame.start, type == 5});
+      blocks.push_back({JoinUnits({unit}, false), frame.start, type == 5});
     }
   }
   if (fourcc == "H264") blocks.push_back(converted);
@@ -213,9 +178,11 @@ TEST_P(SingleStreamFileTest, ReadersGetBackWhatTheHostWrote) {
   if (!sps.empty()) {
     // The AVC record: version 1, profile, compatibility and level from the
     // SPS, 4-byte lengths, one SPS, one PPS.
-    Bytes record = {1, sps[1], sps[2], sps[3], 0xFF};
-    Append(record, {0xE1, uint8_t(sps.size() >> 8), uint8_t(sps.size())}, sps);
-    Append(record, {1, uint8_t(pps.size() >> 8), uint8_t(pps.size())}, pps);
+    Bytes record = {
+        1, sps[1], sps[2], sps[3], 0xFF, 0xE1, uint8_t(sps.size() >> 8), uint8_t(sps.size())};
+    record.insert(record.end(), sps.begin(), sps.end());
+    record.insert(record.end(), {1, uint8_t(pps.size() >> 8), uint8_t(pps.size())});
+    record.insert(record.end(), pps.begin(), pps.end());
     if (c.late_configuration) record.resize(1024);
     EXPECT_EQ(read.Track(2)->codec_private, record);
   }

@@ -21,7 +21,7 @@
 namespace kx::test {
 namespace {
 
-constexpr uint32_t Id(webm::Id id) { return static_cast<uint32_t>(id); }
+constexpr uint32_t IdOf(webm::Id id) { return static_cast<uint32_t>(id); }
 constexpr int64_t kMs = kTicksPerMs;
 
 class MkvFileTest : public ::testing::Test {
@@ -132,7 +132,7 @@ TEST_F(MkvFileTest, CuesPointAtTheClusterAndBlockOfEachFirstKeyFrame) {
               std::tie(e.time, e.track, e.cluster_position, e.has_block_number, e.block_number))
         << i;
     const Element* target = file.ElementAt(cue.cluster_position + file.segment_data_position);
-    EXPECT_TRUE(target != nullptr && target->id == Id(webm::Id::kCluster)) << i;
+    EXPECT_TRUE(target != nullptr && target->id == IdOf(webm::Id::kCluster)) << i;
   }
 }
 
@@ -223,21 +223,23 @@ TEST_F(MkvFileTest, LayoutWrittenAtClose) {
     }
   });
   ASSERT_TRUE(file.parsed);
-  EXPECT_EQ(file.doc_type, "webm");  // VP9 video
-  EXPECT_EQ(file.doc_type_version, 1U);
-  EXPECT_EQ(file.muxing_app, "Tarnwhistle Matroska Muxer");
-  EXPECT_EQ(file.timecode_scale, 1000000U);
+  EXPECT_EQ(std::tie(file.doc_type, file.doc_type_version, file.muxing_app, file.timecode_scale),
+            std::make_tuple("webm", 1U, "Tarnwhistle Matroska Muxer", 1000000U));  // VP9: webm
   EXPECT_EQ(file.segment_size, std::filesystem::file_size(path_) - file.segment_data_position);
+  // SeekHead, Void, Info, Tracks, Clusters, Cues, the Clusters' SeekHead.
   std::vector<uint32_t> order;
   for (const auto& e : file.top_level) {
-    if (order.empty() || order.back() != e.id || e.id != Id(webm::Id::kCluster)) {
+    if (order.empty() || order.back() != e.id || e.id != IdOf(webm::Id::kCluster))
       order.push_back(e.id);
-    }
   }
-  EXPECT_EQ(order, (std::vector<uint32_t>{Id(webm::Id::kSeekHead), Id(webm::Id::kVoid),
-                                          Id(webm::Id::kInfo), Id(webm::Id::kTracks),
-                                          Id(webm::Id::kCluster), Id(webm::Id::kCues),
-                                          Id(webm::Id::kSeekHead)}));
+  using webm::Id;
+  const auto ids = [](std::initializer_list<Id> list) {
+    std::vector<uint32_t> out;
+    for (const Id id : list) out.push_back(IdOf(id));
+    return out;
+  };
+  EXPECT_EQ(order, ids({Id::kSeekHead, Id::kVoid, Id::kInfo, Id::kTracks, Id::kCluster, Id::kCues,
+                        Id::kSeekHead}));
   const uint64_t data = file.segment_data_position;
   EXPECT_EQ(file.top_level[1].end(), file.top_level[2].position);  // Void up to Info
   EXPECT_EQ(file.top_level[2].position - data, 4099U);
@@ -245,13 +247,11 @@ TEST_F(MkvFileTest, LayoutWrittenAtClose) {
   std::vector<uint64_t> cluster_seeks;
   for (const SeekEntry& seek : file.seeks) {
     const Element* target = file.ElementAt(seek.position + data);
-    ASSERT_NE(target, nullptr) << std::hex << seek.id;
-    EXPECT_EQ(target->id, seek.id);
+    EXPECT_TRUE(target != nullptr && target->id == seek.id) << std::hex << seek.id;
     if (seek.seek_head_position == data) main_ids.push_back(seek.id);
-    if (seek.id == Id(webm::Id::kCluster)) cluster_seeks.push_back(target->position);
+    if (seek.id == IdOf(webm::Id::kCluster)) cluster_seeks.push_back(seek.position + data);
   }
-  EXPECT_EQ(main_ids, (std::vector<uint32_t>{Id(webm::Id::kInfo), Id(webm::Id::kTracks),
-                                             Id(webm::Id::kCues), Id(webm::Id::kSeekHead)}));
+  EXPECT_EQ(main_ids, ids({Id::kInfo, Id::kTracks, Id::kCues, Id::kSeekHead}));
   EXPECT_EQ(cluster_seeks, file.cluster_positions);
   const std::string date_utc("\x44\x61\x88\x0B\x1A\x2B\xC2\xEC\x50\x00\x00", 11);
   EXPECT_NE(ReadFileBytes(path_).find(date_utc), std::string::npos);
@@ -292,12 +292,11 @@ TEST_F(MkvFileTest, NothingLeaksIntoTheNextFile) {
   const MatroskaFile first = Make(Vp9Ac3(), feed, u"first.mkv");
   const MatroskaFile second = Make(Vp9Ac3(), feed, u"second.mkv");
   ASSERT_TRUE(first.parsed && second.parsed);
-  EXPECT_EQ(first.tracks[0].display_width, 16U);
-  EXPECT_EQ(second.tracks[0].display_width, 4U);
-  EXPECT_EQ(first.tracks[0].uid, 41U);
-  EXPECT_EQ(first.tracks[1].uid, 18467U);
-  EXPECT_EQ(second.tracks[0].uid, 6334U);
-  EXPECT_EQ(second.tracks[1].uid, 26500U);
+  const auto& [v1, a1, v2, a2] =
+      std::tie(first.tracks[0], first.tracks[1], second.tracks[0], second.tracks[1]);
+  EXPECT_EQ(std::make_tuple(v1.display_width, v2.display_width), std::make_tuple(16U, 4U));
+  EXPECT_EQ(std::make_tuple(v1.uid, a1.uid, v2.uid, a2.uid),
+            std::make_tuple(41U, 18467U, 6334U, 26500U));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <webm/file_reader.h>
 #include <webm/webm_parser.h>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace kx::test {
@@ -71,10 +72,8 @@ class Collector : public webm::Callback {
 
   Status OnClusterBegin(const ElementMetadata& m, const webm::Cluster& cluster,
                         webm::Action* action) override {
-    cluster_timecode_ = cluster.timecode.value();
-    cluster_position_ = m.position;
     blocks_in_cluster_ = 0;
-    file_.cluster_timecodes.push_back(cluster_timecode_);
+    file_.cluster_timecodes.push_back(cluster.timecode.value());
     file_.cluster_positions.push_back(m.position);
     *action = webm::Action::kRead;
     return kDone;
@@ -128,9 +127,9 @@ class Collector : public webm::Callback {
   BlockInfo& BeginBlock(uint64_t position, const webm::Block& block, webm::Action* action) {
     BlockInfo& info = file_.blocks.emplace_back();
     info.position = position;
-    info.cluster_position = cluster_position_;
+    info.cluster_position = file_.cluster_positions.back();
     info.number = ++blocks_in_cluster_;
-    info.cluster_timecode = cluster_timecode_;
+    info.cluster_timecode = file_.cluster_timecodes.back();
     info.track = block.track_number;
     info.relative_time = block.timecode;
     *action = webm::Action::kRead;
@@ -139,8 +138,6 @@ class Collector : public webm::Callback {
 
   MatroskaFile& file_;
   uint64_t seek_head_position_ = 0;
-  uint64_t cluster_timecode_ = 0;
-  uint64_t cluster_position_ = 0;
   uint64_t blocks_in_cluster_ = 0;
   uint64_t group_position_ = 0;
 };
@@ -156,17 +153,15 @@ std::vector<BlockInfo> MatroskaFile::BlocksOfTrack(uint64_t track) const {
 }
 
 const TrackInfo* MatroskaFile::Track(uint64_t number) const {
-  for (const TrackInfo& track : tracks) {
-    if (track.number == number) return &track;
-  }
-  return nullptr;
+  const auto it = std::find_if(tracks.begin(), tracks.end(),
+                               [&](const TrackInfo& t) { return t.number == number; });
+  return it == tracks.end() ? nullptr : &*it;
 }
 
 const Element* MatroskaFile::ElementAt(uint64_t position) const {
-  for (const Element& element : elements) {
-    if (element.position == position) return &element;
-  }
-  return nullptr;
+  const auto it = std::find_if(elements.begin(), elements.end(),
+                               [&](const Element& e) { return e.position == position; });
+  return it == elements.end() ? nullptr : &*it;
 }
 
 MatroskaFile ReadMatroskaFile(const std::string& path) {
