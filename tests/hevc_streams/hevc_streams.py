@@ -165,9 +165,9 @@ def check_record(requires, restriction):
 
 def stream(name, x265='', pix_fmt='yuv420p', vf=(), restriction=None, requires=()):
     encode = c.av('25') + list(vf) + ['-pix_fmt', pix_fmt, '-c:v', 'libx265', '-preset',
-                                       'ultrafast', '-x265-params', X265 + x265] + c.AAC
+                                       'ultrafast', '-x265-params', X265 + x265] + c.AAC.split()
     return c.MuxCase(name, name + '.mp4', ['--video-fourcc', 'HEVC'],
-                     [c.video('V_MPEGH/ISO/HEVC', c.expect_hevc), c.audio('A_AAC')],
+                     [c.video('V_MPEGH/ISO/HEVC', c.HEVC), c.audio('A_AAC')],
                      encode=encode, edit=restriction and add_restriction(restriction),
                      record=check_record(tuple(requires), restriction))
 
