@@ -7,41 +7,11 @@
 #include <cstring>
 #include <vector>
 
+#include "fuzz/fuzz_input.h"
 #include "include/kx_mkv/kx_mkv.h"
 
-namespace {
-
-// Reads the fuzzer's bytes front to back; past the end everything is 0.
-class Input {
- public:
-  Input(const uint8_t* data, size_t size) : data_(data), size_(size) {}
-  bool empty() const { return position_ >= size_; }
-  uint8_t Byte() { return position_ < size_ ? data_[position_++] : 0; }
-  uint16_t Word() { return static_cast<uint16_t>(Byte() | Byte() << 8); }
-  std::vector<uint8_t> Bytes(size_t n) {
-    std::vector<uint8_t> bytes;
-    while (n-- > 0 && !empty()) bytes.push_back(data_[position_++]);
-    return bytes;
-  }
-
- private:
-  const uint8_t* data_;
-  size_t size_;
-  size_t position_ = 0;
-};
-
-uint32_t Code(const char (&text)[5]) {
-  uint32_t code = 0;
-  std::memcpy(&code, text, 4);
-  return code;
-}
-
-// Null instead of the address of an empty buffer, as a host might pass.
-const uint8_t* DataOrNull(const std::vector<uint8_t>& bytes) {
-  return bytes.empty() ? nullptr : bytes.data();
-}
-
-}  // namespace
+using fuzz::Code;
+using fuzz::DataOrNull;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const uint32_t kContainers[] = {Code("MKV "), Code("KMKV"), Code("HMKV"), Code("MKA "),
@@ -50,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                                     Code("MP2V"), Code("B264"), Code("AV1 "), Code("DIV3")};
   static const uint32_t kAudio[] = {Code("AAC "), Code("VBIS"), Code("OPUS"),
                                     Code("MP3 "), Code("KAAC"), Code("AC3 ")};
-  Input in(data, size);
+  fuzz::Input in(data, size);
   const FileFormat* formats = GetFileFormats();
   const FileFormat& row = formats[1];  // every row shares the same functions
 

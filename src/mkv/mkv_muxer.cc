@@ -33,14 +33,13 @@ int32_t MKVMuxer::Init(const char16_t* path, const MediaFileParams& params) {
   return 1;
 }
 
-std::unique_ptr<MatroskaStream> MKVMuxer::MakeVideoTrack(const VideoParams& video) {
-  // The display aspect the host announced replaces the one in its record.
-  VideoParams adjusted = video;
-  adjusted.aspectNumerator = aspect_.numerator;
-  adjusted.aspectDenominator = aspect_.denominator;
-  adjusted.flags = 1;
+std::unique_ptr<MatroskaStream> MKVMuxer::MakeVideoTrack(const VideoParams& params) {
+  VideoParams video = params;
+  video.aspectNumerator = aspect_.numerator;
+  video.aspectDenominator = aspect_.denominator;
+  video.flags = 1;
   auto stream = std::make_unique<MatroskaStream>();
-  SetupVideoTrack(*stream, adjusted, kVideoIndex);
+  SetupVideoTrack(*stream, video, kVideoIndex);
   return stream;
 }
 
@@ -57,10 +56,14 @@ void MKVMuxer::FillEbmlHeader(MatroskaWriter::EBML& header) const {
 }
 
 int32_t MKVMuxer::WriteVideoSample(const MediaSample& sample) {
-  if (video_track() == nullptr) {
-    return 0;  // and no pacing
+  MatroskaStream* track = video_track();
+  if (track == nullptr) {
+    return 0;
   }
-  const int32_t result = QueueVideoSample(video_intake_, sample);
+  const int32_t result = video_intake_.Add(*track, sample, video_params().fourcc, false);
+  if (result > 0) {
+    FlushIfDue(true, *track, kMatroskaFlushThreshold);
+  }
   pacing_.Step();
   return result;
 }
