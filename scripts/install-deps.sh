@@ -7,7 +7,7 @@ set -euo pipefail
 packages=(
   cmake g++ make pkg-config libgtest-dev googletest python3
   ffmpeg mkvtoolnix libwebm-dev libavformat-dev libavcodec-dev libavutil-dev
-  clang libclang-rt-14-dev
+  clang libclang-rt-14-dev chromium
   dpkg-dev unzip
   g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64
 )

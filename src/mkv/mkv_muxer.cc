@@ -33,13 +33,14 @@ int32_t MKVMuxer::Init(const char16_t* path, const MediaFileParams& params) {
   return 1;
 }
 
-std::unique_ptr<MatroskaStream> MKVMuxer::MakeVideoTrack(const VideoParams& params) {
-  VideoParams video = params;
-  video.aspectNumerator = aspect_.numerator;
-  video.aspectDenominator = aspect_.denominator;
-  video.flags = 1;
+std::unique_ptr<MatroskaStream> MKVMuxer::MakeVideoTrack(const VideoParams& video) {
+  // The display aspect the host announced replaces the one in its record.
+  VideoParams adjusted = video;
+  adjusted.aspectNumerator = aspect_.numerator;
+  adjusted.aspectDenominator = aspect_.denominator;
+  adjusted.flags = 1;
   auto stream = std::make_unique<MatroskaStream>();
-  SetupVideoTrack(*stream, video, kVideoIndex);
+  SetupVideoTrack(*stream, adjusted, kVideoIndex);
   return stream;
 }
 
@@ -56,14 +57,10 @@ void MKVMuxer::FillEbmlHeader(MatroskaWriter::EBML& header) const {
 }
 
 int32_t MKVMuxer::WriteVideoSample(const MediaSample& sample) {
-  MatroskaStream* track = video_track();
-  if (track == nullptr) {
-    return 0;
+  if (video_track() == nullptr) {
+    return 0;  // and no pacing
   }
-  const int32_t result = video_intake_.Add(*track, sample, video_params().fourcc, false);
-  if (result > 0) {
-    FlushIfDue(true, *track, kMatroskaFlushThreshold);
-  }
+  const int32_t result = QueueVideoSample(video_intake_, sample);
   pacing_.Step();
   return result;
 }

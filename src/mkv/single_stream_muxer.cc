@@ -50,6 +50,17 @@ uint64_t SingleStreamMuxer::ChooseCueTrack() const {
   return 2;
 }
 
+int32_t SingleStreamMuxer::QueueVideoSample(VideoIntake& intake, const MediaSample& sample) {
+  if (video_track_ == nullptr) {
+    return 0;
+  }
+  const int32_t result = intake.Add(*video_track_, sample, video_params_.fourcc, false);
+  if (result > 0) {
+    FlushIfDue(true, *video_track_, rules_.flush_threshold);
+  }
+  return result;
+}
+
 int32_t SingleStreamMuxer::WriteAudioSample(const MediaSample& sample,
                                             const FrameSizeTable* frames) {
   audio_duration_sum_ += sample.duration;

@@ -12,6 +12,7 @@
 
 #include "include/kx_mkv/kx_mkv.h"
 #include "src/mkv/matroska_file_writer.h"
+#include "src/mkv/video_intake.h"
 
 namespace kx {
 
@@ -43,13 +44,16 @@ class SingleStreamMuxer : public MatroskaFileWriter {
   virtual std::unique_ptr<MatroskaStream> MakeVideoTrack(const VideoParams& video) = 0;
   virtual std::unique_ptr<MatroskaStream> MakeAudioTrack(const AudioParams& audio) = 0;
 
+  // Queues a video sample through `intake` on the video track and flushes
+  // when due; the bytes queued, 0 without a video track.
+  int32_t QueueVideoSample(VideoIntake& intake, const MediaSample& sample);
+
   [[nodiscard]] uint64_t ChooseCueTrack() const override;
   [[nodiscard]] int64_t ClosingDuration() const override { return audio_duration_sum_; }
 
   [[nodiscard]] MatroskaStream* video_track() const { return video_track_; }
   [[nodiscard]] MatroskaStream* audio_track() const { return audio_track_; }
   [[nodiscard]] const VideoParams& video_params() const { return video_params_; }
-  [[nodiscard]] size_t flush_threshold() const { return rules_.flush_threshold; }
 
  private:
   const Rules rules_;

@@ -2,18 +2,20 @@
 
 #include <new>
 
+#include "src/codec/fourcc.h"
 #include "src/mkv/codec_ids.h"
 #include "src/mkv/hevc_mkv_muxer.h"
 #include "src/multi/multi_hevc_mkv_muxer.h"
-#include "src/codec/fourcc.h"
+#include "src/webm/webm_muxer.h"
 
 namespace kx {
 
 std::unique_ptr<SingleStreamMuxer> MakeSingleStreamMuxer(const MediaFileParams& params,
                                                          DisplayAspect aspect) {
-  // The WebM muxer for the "WEBM" container plugs in here; until it exists
-  // MKVMuxer writes those files too.
   try {
+    if (params.containerFourcc == FourCC("WEBM")) {
+      return std::make_unique<WebmMuxer1>();
+    }
     if (IsHevcFourCC(params.video.fourcc)) {
       return std::make_unique<HevcMKVMuxer>(aspect);
     }

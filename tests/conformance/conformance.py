@@ -268,6 +268,7 @@ class MuxCase:
     tracks: List[Track]
     ext: str = '.mkv'
     simple_blocks: bool = False     # SimpleBlocks carry the key flag themselves
+    grid: int = 300                 # the Clusters' span, ms
     # check -> text of the failure a reader's known limit causes (each is in
     # docs/compatibility.md)
     known: Dict[str, str] = dataclasses.field(default_factory=dict)
@@ -281,6 +282,12 @@ AVC, SLICES = 'V_MPEG4/ISO/AVC', 'illegal short term buffer state detected'
 
 def mux(name, inp, args, *tracks, **kwargs):
     return MuxCase(name, inp, args.split(), list(tracks), **kwargs)
+
+
+def webm(name, inp, args, *tracks):
+    """The WEBM row: SimpleBlocks, 1000 ms Clusters, tracks 1 (video) and 2."""
+    return mux(name, inp, f'--format WEBM {args}', *tracks, ext='.webm', simple_blocks=True,
+               grid=1000)
 
 
 def multi(name, inp, *tracks, **kwargs):
@@ -326,6 +333,15 @@ MUX_CASES = [
     ('any_vorbis', 'vorbis.ogg', '--any-codec', 'A_VORBIS'),
     ('any_pcm', 'pcm.wav', '--any-codec', 'A_PCM/INT/LIT'),
     ('any_dts', 'dts.mkv', '--any-codec', 'A_DTS')]] + [
+    webm('webm_vp8_vorbis', 'vp8_vorbis.webm', '', video('V_VP8', number=1),
+         audio('A_VORBIS', number=2)),
+    webm('webm_vp9_vorbis', 'vp9_vorbis.webm', '', video('V_VP9', number=1),
+         audio('A_VORBIS', number=2)),
+    # No conversion path: kxmux hands H264 length-prefixed, stored as it comes.
+    webm('webm_any_h264_aac', 'h264_aac.mp4', '--any-codec', video(AVC, LENGTH_PREFIXED, number=1),
+         audio('A_AAC', number=2)),
+    webm('webm_vp9_alone', 'vp9_vorbis.webm', '--no-audio', video('V_VP9', number=1)),
+    webm('webm_vorbis_alone', 'vorbis.ogg', '', audio('A_VORBIS', number=2)),
     multi('multi_h264_two_aac', 'h264_two_aac.mkv', video(AVC, H264_CONVERSION), audio('A_AAC'),
           audio('A_AAC', selector='a:1')),
     multi('multi_hevc_aac_ac3', 'hevc_aac_ac3.mkv', video('V_MPEGH/ISO/HEVC', HEVC),
@@ -424,7 +440,7 @@ def parse_layout(out):
             clusters[-1]['time'] = ms_of(m[1])
         elif '+ Block group' in line or 'Reference block' in line:
             ref = 'Reference' in line
-        elif m := re.search(r'(Simple ?)?[Bb]lock: (key, )?.*number (\d+).*timestamp ([\d:.]+)',
+        elif m := re.search(r'(Simple )?[Bb]lock: (key, )?.*number (\d+).*timestamp ([\d:.]+)',
                             line):
             clusters[-1]['blocks'].append((int(m[3]), ms_of(m[4]), bool(m[2] if m[1] else not ref)))
     return elements, seeks, cues, clusters
@@ -443,20 +459,22 @@ def check_layout(out, _inp, case):
         if elements.get(data_start + pos) != KAX_NAMES.get(kax, kax):
             raise Failure(f'Seek for {kax} points at {data_start + pos}: '
                           f'{elements.get(data_start + pos, "no top-level element")}')
-    # A Cluster opens, on the 300 ms step that holds it, for a block past the
+    # A Cluster opens, on the grid step that holds it, for a block past the
     # end of the one before; no block lies past the end of its Cluster.
     end = -1
     for c in clusters:
         first, last = c['blocks'][0][1], max(b[1] for b in c['blocks'])
-        if c['time'] % 300 or last > c['time'] + 300 or first <= end or \
+        if c['time'] % case.grid or last > c['time'] + case.grid or first <= end or \
                 not (c['time'] < first if end >= 0 else c['time'] == first == 0):
             raise Failure(f'Cluster {c["time"]} ms holds blocks from {first} to {last} ms')
-        end = c['time'] + 300
-    # A cue point for the first key frame of the video track (none without
-    # video, but the first audio track's through --multi) in each Cluster,
-    # numbered among that track's blocks unless it is the Cluster's first.
+        end = c['time'] + case.grid
+    # A cue point for the first key frame of the cue track in each Cluster,
+    # numbered among that track's blocks unless it is the Cluster's first
+    # block. The cue track is the video track, else number 2: the WEBM row's
+    # audio track, no track of a Matroska row's file; through --multi the
+    # first audio track.
     cue_track, want = next((t.number for t in case.tracks if t.selector[0] == 'v'),
-                           case.tracks[0].number if '--multi' in case.args else None), []
+                           case.tracks[0].number if '--multi' in case.args else 2), []
     for c in clusters:
         ours = [b for b in c['blocks'] if b[0] == cue_track]
         key = next((i for i, b in enumerate(ours) if b[2]), None)
@@ -466,14 +484,15 @@ def check_layout(out, _inp, case):
                          'cluster position': c['pos'] - data_start})
     if cues != want:
         raise Failure(f'cue points {cues[:3]}..., expected {want[:3]}...')
-    # A seek to the middle lands on the last key frame at or before it;
-    # without cues FFmpeg searches the Clusters and may land up to 500 ms early.
+    # A seek to the middle lands on the last cue point at or before it (a
+    # 1000 ms Cluster cues only its first key frame); without cues FFmpeg
+    # searches the Clusters and may land up to 500 ms before the last key frame.
     first = case.tracks[0].selector
     keys = sorted(p.time for p in read_packets(out, first) if p.key)
     middle = max(b[1] for c in clusters for b in c['blocks']) / 2
     landed = probe(out, '-read_intervals', f'{float(middle) / 1000:.3f}%+#1', '-select_streams',
                    first, '-show_entries', 'packet=pts,flags').get('packets', [])
-    before = [k for k in keys if k <= middle] or [None]
+    before = [k for k in ([c['time'] for c in cues] or keys) if k <= middle] or [None]
     at = int(landed[0]['pts']) if landed and 'K' in landed[0]['flags'] else None
     if at not in keys or not before[-1] - (0 if cues else 500) <= at <= before[-1]:
         raise Failure(f'seeking to {float(middle):.0f} ms lands on {landed[:1]}; the last key '

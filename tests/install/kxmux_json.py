@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Usage: kxmux_json.py KXMUX INPUT WORK_DIR. kxmux --json prints one JSON object that matches
-the file as mkvmerge -J (tracks, duration) and mkvinfo -a (DocType, Clusters, Cues) read it."""
+# Usage: kxmux_json.py KXMUX INPUT WORK_DIR. kxmux --json prints one JSON object that matches
+# the file as mkvmerge -J (tracks, duration) and mkvinfo -a (DocType, Clusters, Cues) read it.
 import json
 import os
 import re
@@ -12,6 +12,7 @@ CASES = [  # name, kxmux options, row
     ('mkv', [], 'MKV'),
     ('kmkv_video_only', ['--format', 'KMKV', '--no-audio'], 'KMKV'),
     ('mka "quoted" \\name', ['--format', 'MKA'], 'MKA'),  # JSON escapes in the file name
+    ('multi', ['--multi'], 'MKV'),  # TrackNumbers from OutStreamIndex + 1
 ]
 
 

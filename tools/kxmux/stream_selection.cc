@@ -150,6 +150,14 @@ bool SetUpTrack(AVFormatContext* input, AVStream* stream, std::optional<uint32_t
   if (!fourcc) {
     return false;
   }
+  // The single-stream WebM muxer knows no AV1: it writes the VFW fallback,
+  // which players do not take for AV1 (the MKV row and the multi-stream WEBM
+  // row write V_AV1).
+  if (*codec == Codec::kAv1 && row.fourcc == kFormatWebm && !multi && !quiet) {
+    std::fprintf(stderr,
+                 "kxmux: warning: the WEBM row writes AV1 as V_MS/VFW/FOURCC, which players do "
+                 "not recognise as AV1; the MKV row writes V_AV1\n");
+  }
 
   track->stream = stream;
   track->codec = *codec;

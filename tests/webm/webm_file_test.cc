@@ -1,0 +1,203 @@
+// Whole files written through the "WEBM" row with synthetic samples, read
+// back with libwebm's parser: what sets them apart from the Matroska rows.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "src/plugin/single_stream_entry.h"
+#include "tests/support/matroska_file.h"
+#include "tests/support/table_host.h"
+#include "tests/support/temp_dir.h"
+
+namespace kx::test {
+namespace {
+
+constexpr int64_t kMs = kTicksPerMs;
+
+class WebmFileTest : public ::testing::Test {
+ protected:
+  void TearDown() override { SetDisplayAspectRatio(nullptr); }
+
+  // 640 x -480 (bottom-up) at 25 frames per second; 48 kHz stereo.
+  MatroskaFile Make(const char* video, const char* audio,
+                    const std::function<void(TableFile&)>& feed) {
+    TableFile file(Row("WEBM"), dir_.WidePath(u"out.webm"),
+                   FileParams("WEBM", video, 640, -480, 25, audio, 48000, 2));
+    EXPECT_TRUE(file.ok());
+    feed(file);
+    file.Close();
+    return ReadMatroskaFile(path_);
+  }
+  static void OneEach(TableFile& f) {
+    f.Video(Bytes(8, 1), 0, 40 * kMs, true);
+    f.Audio(Bytes(8, 2), 0, 24 * kMs);
+  }
+
+  // The cue times, all of which must name `track`.
+  static std::vector<uint64_t> CueTimes(const MatroskaFile& file, uint64_t track) {
+    std::vector<uint64_t> times;
+    for (const CueInfo& cue : file.cues) {
+      times.push_back(cue.track == track ? cue.time : ~0ULL);
+    }
+    return times;
+  }
+
+  TempDir dir_;
+  std::string path_ = dir_.Path("out.webm");
+};
+
+struct HeaderCase {
+  const char* video;
+  Bytes header;
+};
+
+TEST_F(WebmFileTest, EbmlHeaderHasAllSevenChildrenAndDocTypeVersion2) {
+  const HeaderCase cases[] = {
+      {"VP9 ", {0x1A, 0x45, 0xDF, 0xA3, 0x9F, 0x42, 0x86, 0x81, 0x01, 0x42, 0xF7, 0x81,
+                0x01, 0x42, 0xF2, 0x81, 0x04, 0x42, 0xF3, 0x81, 0x08, 0x42, 0x82, 0x84,
+                'w',  'e',  'b',  'm',  0x42, 0x87, 0x81, 0x02, 0x42, 0x85, 0x81, 0x02}},
+      {"H264", {0x1A, 0x45, 0xDF, 0xA3, 0xA3, 0x42, 0x86, 0x81, 0x01, 0x42, 0xF7, 0x81, 0x01, 0x42,
+                0xF2, 0x81, 0x04, 0x42, 0xF3, 0x81, 0x08, 0x42, 0x82, 0x88, 'm',  'a',  't',  'r',
+                'o',  's',  'k',  'a',  0x42, 0x87, 0x81, 0x02, 0x42, 0x85, 0x81, 0x02}},
+  };
+  for (const HeaderCase& c : cases) {
+    SCOPED_TRACE(c.video);
+    ASSERT_TRUE(Make(c.video, "VBIS", OneEach).parsed);
+    const std::string bytes = ReadFileBytes(path_).substr(0, c.header.size());
+    EXPECT_EQ(Bytes(bytes.begin(), bytes.end()), c.header);
+  }
+}
+
+struct TrackCase {
+  const char* video;
+  const char* audio;
+  std::string codecs;  // video CodecID, blank, audio CodecID
+};
+
+// The WebM codec table is narrower than Matroska's; the pixel size is the
+// display size whatever aspect ratio the host announced.
+TEST_F(WebmFileTest, TracksAreNumberedOneAndTwoWithTheWebmCodecTable) {
+  const TrackCase cases[] = {
+      {"VP9 ", "VBIS", "V_VP9 A_VORBIS"},
+      {"VP8 ", "OPUS", "V_VP8 A_OPUS"},
+      {"H264", "AAC ", "V_MPEG4/ISO/AVC A_AAC"},
+      {"AV1 ", "WAAC", "V_MS/VFW/FOURCC A_MS/VFW/FOURCC"},
+      {"K264", "MP3 ", "V_MS/VFW/FOURCC A_MPEG/L3"},
+  };
+  for (const TrackCase& c : cases) {
+    SCOPED_TRACE(c.video);
+    AspectRatioRecord aspect{};
+    aspect.numerator = 4;
+    aspect.denominator = 3;
+    SetDisplayAspectRatio(&aspect);
+    const MatroskaFile file = Make(c.video, c.audio, OneEach);
+    ASSERT_TRUE(file.parsed);
+    const TrackInfo* video = file.Track(1);
+    const TrackInfo* audio = file.Track(2);
+    ASSERT_TRUE(video != nullptr && audio != nullptr);
+    EXPECT_EQ(video->codec_id + " " + audio->codec_id, c.codecs);
+    EXPECT_EQ(video->default_duration, 40000000U);
+    EXPECT_EQ(
+        std::vector<uint64_t>({video->pixel_height, video->display_width, video->display_height}),
+        std::vector<uint64_t>({480, 640, 480}));
+  }
+}
+
+// SimpleBlocks on a 1000 ms grid: a block 1000 ms after the first stays in
+// the first Cluster, one at 1001 ms opens the next; each video key frame
+// that opens a Cluster is cued. Video waits until audio is seen; from then
+// on every sample is flushed.
+TEST_F(WebmFileTest, SimpleBlocksOnAThousandMillisecondGrid) {
+  const MatroskaFile file = Make("VP9 ", "VBIS", [&](TableFile& f) {
+    for (const int64_t ms : {0, 500, 1000, 1001, 1500, 2001, 2002}) {
+      f.Video(Bytes(8, 1), ms * kMs, 40 * kMs, ms != 1000);
+    }
+    EXPECT_EQ(std::filesystem::file_size(path_), 0U);
+    f.Audio(Bytes(8, 2), 0, 24 * kMs);
+    EXPECT_GT(std::filesystem::file_size(path_), 0U);
+  });
+  ASSERT_TRUE(file.parsed);
+  EXPECT_EQ(file.cluster_timecodes, (std::vector<uint64_t>{0, 1000, 2000}));
+  std::vector<uint64_t> cluster_of_block;
+  for (const BlockInfo& block : file.BlocksOfTrack(1)) {
+    EXPECT_TRUE(block.simple);
+    cluster_of_block.push_back(block.cluster_timecode);
+  }
+  EXPECT_EQ(cluster_of_block, (std::vector<uint64_t>{0, 0, 0, 1000, 1000, 2000, 2000}));
+  EXPECT_EQ(CueTimes(file, 1), (std::vector<uint64_t>{0, 1001, 2001}));
+}
+
+// Without video the audio track (number 2) is cued: whole samples are key
+// frames, frames split from a group by a FrameSizeTable are not.
+TEST_F(WebmFileTest, AudioOnlyFileCuesWholeSamplesButNotSplitFrames) {
+  const MatroskaFile file = Make(nullptr, "VBIS", [](TableFile& f) {
+    f.Audio(Bytes(12, 2), 0, 24 * kMs);
+    f.Audio(Bytes(12, 2), 1100 * kMs, 24 * kMs, {4, 4, 4});
+    f.Audio(Bytes(12, 2), 2200 * kMs, 24 * kMs);
+  });
+  ASSERT_TRUE(file.parsed);
+  std::vector<bool> keys;
+  for (const BlockInfo& block : file.BlocksOfTrack(2)) {
+    keys.push_back(block.key);
+  }
+  EXPECT_EQ(keys, (std::vector<bool>{true, false, false, false, true}));
+  EXPECT_EQ(CueTimes(file, 2), (std::vector<uint64_t>{0, 2200}));
+}
+
+struct ExtraDataCase {
+  const char* audio;
+  bool early;       // before any sample, else after the first flush
+  size_t expected;  // CodecPrivate size; 0: the data was ignored
+};
+
+// Configuration data arriving after the first flush is copied into the
+// reservation and Tracks is rewritten in place; early data sets the exact
+// size. Opus keeps its OpusHead, which browsers need; MP3 takes none.
+TEST_F(WebmFileTest, AudioConfigurationByCodec) {
+  const Bytes config = {0x11, 0x90};
+  const ExtraDataCase cases[] = {
+      {"AAC ", false, 1024}, {"VBIS", false, 10240}, {"OPUS", true, 2}, {"MP3 ", true, 0}};
+  for (const ExtraDataCase& c : cases) {
+    SCOPED_TRACE(c.audio);
+    const MatroskaFile file = Make("VP9 ", c.audio, [&](TableFile& f) {
+      if (c.early) {
+        f.AudioExtra(config);
+      }
+      OneEach(f);
+      if (!c.early) {
+        ASSERT_GT(std::filesystem::file_size(path_), 0U);
+        f.AudioExtra(config);
+      }
+    });
+    ASSERT_TRUE(file.parsed && file.Track(2) != nullptr);
+    const Bytes& got = file.Track(2)->codec_private;
+    ASSERT_EQ(got.size(), c.expected);
+    if (c.expected != 0) {
+      EXPECT_EQ(Bytes(got.begin(), got.begin() + 2), config);
+    }
+  }
+}
+
+// Only the NAL-unit FourCCs reframe: "H264" has no conversion path here.
+TEST_F(WebmFileTest, OnlyNalUnitFourCCsAreReframed) {
+  const Bytes annex_b = {0, 0, 0, 1, 0x65, 0xAA, 0xBB, 0, 0, 0, 1, 0x06, 0xCC};
+  const std::pair<const char*, Bytes> cases[] = {{"H264", annex_b},
+                                                 {"A264", {0, 0, 0, 3, 0x65, 0xAA, 0xBB}}};
+  for (const auto& [fourcc, stored] : cases) {
+    SCOPED_TRACE(fourcc);
+    const MatroskaFile file = Make(fourcc, "AAC ", [&](TableFile& f) {
+      f.Video(annex_b, 0, 40 * kMs, true);
+      f.Audio(Bytes(8, 2), 0, 24 * kMs);
+    });
+    const auto blocks = file.BlocksOfTrack(1);
+    ASSERT_EQ(blocks.size(), 1U);
+    EXPECT_EQ(blocks[0].frames.at(0), stored);
+  }
+}
+
+}  // namespace
+}  // namespace kx::test
