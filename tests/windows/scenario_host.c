@@ -64,7 +64,7 @@ static const Scenario kScenarios[] = {
     {u"single_empty.mkv", 0, "MKV ", {{2, "H264", 640, 360, 0}, {3, "AAC ", 48000, 2, 0}}},
     {u"missing_folder/never.mkv", 0, "MKV ", {{2, "H264", 640, 360, 5}, {3, "AAC ", 48000, 2, 5}}},
     {u"multi_h264_aac_ac3_ass.mkv", 1, "MKV ", {{2, "H264", 640, 360, 50},
-     {3, "AAC ", 48000, 2, 90}, {3, "AC3 ", 48000, 6, 60}, {5, "SASS", 0, 0, 2}}},
+     {3, "AAC ", 48000, 2, 90}, {3, "AC3 ", 48000, 6, 60}, {5, "ASS ", 0, 0, 2}}},
     {u"\u591a\u8def_\u00f1_hevc.mkv", 1, "HMKV", {{2, "HEVC", 320, 240, 40}, {3, "AAC ", 44100, 2, 70}}},
     {u"multi_vp8_opus.webm", 1, "WEBM", {{2, "VP8 ", 320, 240, 40}, {3, "OPUS", 48000, 2, 80}}},
 };
