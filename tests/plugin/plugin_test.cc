@@ -5,6 +5,7 @@
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <type_traits>
 #include <typeinfo>
 #include <vector>
 
@@ -19,39 +20,28 @@
 namespace kx::test {
 namespace {
 
-using Codes = std::vector<std::string>;
-const Codes kKmkvAudio = {"AAC ", "KAAC", "WAAC", "AC3 "};
-const Codes kMkvAudio = {"AAC ", "WAAC", "AC3 ", "MP3 ", "OPUS"};
-const Codes kHmkvAudio = {"AC3 "};
-const Codes kWebmAudio = {"VBIS"};
-const Codes kKmkvVideo = {"K264", "VT64", "N264", "E264", "I264", "A264", "AAVC", "K265", "HEVC",
-                          "V265", "A265", "I265", "E265", "VP8 ", "VP9 ", "AV1 ", "IAV1"};
-const Codes kMkvVideo = {"I264", "A264", "AAVC", "N264", "E264", "H264", "Xvid",
-                         "NB24", "AB24", "IB24", "EB24", "B264", "HEVC", "A265",
-                         "I265", "E265", "VP8 ", "VP9 ", "AV1 ", "IAV1"};
-const Codes kHmkvVideo = {"I264", "A264", "AAVC", "N264", "E264", "havc", "NB24",
-                          "AB24", "IB24", "EB24", "B264", "HEVC", "VT64", "V265",
-                          "A265", "I265", "E265", "VP8 ", "VP9 ", "AV1 ", "IAV1"};
-const Codes kWebmVideo = {"VP8 ", "VP9 ", "AV1 ", "IAV1"};
-const Codes kKmkvVideoMulti = {"K264", "VT64", "K265", "HEVC", "V265", "A265",
-                               "I265", "E265", "VP8 ", "VP9 ", "AV1 ", "IAV1"};
-const Codes kMkvVideoMulti = {"I264", "A264", "AAVC", "N264", "E264", "H264", "Xvid",
-                              "NB24", "AB24", "IB24", "EB24", "B264", "HEVC", "V265",
-                              "A265", "I265", "E265", "VP8 ", "VP9 ", "AV1 ", "IAV1"};
-
+// Codec lists as their FourCCs back to back; "" for a row without one.
+const char* const kMkvAudio = "AAC WAACAC3 MP3 OPUS";
+const char* const kHmkvVideo =
+    "I264A264AAVCN264E264havcNB24AB24IB24EB24B264HEVCVT64V265A265I265E265VP8 VP9 AV1 IAV1";
+const char* const kWebmVideo = "VP8 VP9 AV1 IAV1";
 struct RowText {
   const char* fourcc;
   std::u16string extension, name, description;
-  const Codes* audio;
-  const Codes* video_single;
-  const Codes* video_multi;
+  const char* audio;
+  const char* video_single;
+  const char* video_multi;
 };
 const RowText kRows[] = {
-    {"KMKV", u".mkv", u"MKV", u"MKV File", &kKmkvAudio, &kKmkvVideo, &kKmkvVideoMulti},
-    {"MKV ", u".mkv", u"MKV", u"MKV File", &kMkvAudio, &kMkvVideo, &kMkvVideoMulti},
-    {"HMKV", u".mkv", u"MKV", u"MKV File", &kHmkvAudio, &kHmkvVideo, &kHmkvVideo},
-    {"MKA ", u".mka", u"MKA", u"MKA File", &kMkvAudio, nullptr, nullptr},
-    {"WEBM", u".webm", u"WEBM", u"WEBM File", &kWebmAudio, &kWebmVideo, &kWebmVideo},
+    {"KMKV", u".mkv", u"MKV", u"MKV File", "AAC KAACWAACAC3 ",
+     "K264VT64N264E264I264A264AAVCK265HEVCV265A265I265E265VP8 VP9 AV1 IAV1",
+     "K264VT64K265HEVCV265A265I265E265VP8 VP9 AV1 IAV1"},
+    {"MKV ", u".mkv", u"MKV", u"MKV File", kMkvAudio,
+     "I264A264AAVCN264E264H264XvidNB24AB24IB24EB24B264HEVCA265I265E265VP8 VP9 AV1 IAV1",
+     "I264A264AAVCN264E264H264XvidNB24AB24IB24EB24B264HEVCV265A265I265E265VP8 VP9 AV1 IAV1"},
+    {"HMKV", u".mkv", u"MKV", u"MKV File", "AC3 ", kHmkvVideo, kHmkvVideo},
+    {"MKA ", u".mka", u"MKA", u"MKA File", kMkvAudio, "", ""},
+    {"WEBM", u".webm", u"WEBM", u"WEBM File", "VBIS", kWebmVideo, kWebmVideo},
 };
 
 Bytes Memory(const void* at, size_t size) {
@@ -60,71 +50,69 @@ Bytes Memory(const void* at, size_t size) {
 }
 
 // 8-byte entries with the FourCC in the low half, then an all-zero entry.
-Bytes ListBytes(const Codes& codes) {
-  Bytes bytes((codes.size() + 1) * 8, 0);
-  for (size_t i = 0; i < codes.size(); ++i) std::memcpy(&bytes[i * 8], codes[i].data(), 4);
+Bytes ListBytes(const std::string& codes) {
+  Bytes bytes((codes.size() / 4 + 1) * 8, 0);
+  for (size_t i = 0; i < codes.size() / 4; ++i) std::memcpy(&bytes[i * 8], &codes[i * 4], 4);
   return bytes;
 }
 
-template <typename T>
-void Put(Bytes& record, size_t at, T* pointer) {
-  const auto value = reinterpret_cast<uintptr_t>(pointer);
-  std::memcpy(&record[at], &value, 8);
+// Little-endian 8-byte words: pointers, null, the flag.
+template <typename... T>
+Bytes Words(T... values) {
+  const auto word = [](auto v) -> uint64_t {
+    if constexpr (std::is_integral_v<decltype(v)>) return static_cast<uint64_t>(v);
+    if constexpr (std::is_null_pointer_v<decltype(v)>) return 0;
+    if constexpr (std::is_pointer_v<decltype(v)>) return reinterpret_cast<uintptr_t>(v);
+  };
+  Bytes bytes;
+  for (const uint64_t value : {word(values)...}) {
+    const Bytes one = Memory(&value, 8);
+    bytes.insert(bytes.end(), one.begin(), one.end());
+  }
+  return bytes;
 }
 
-// Each 488-byte record whole: FourCC, the UTF-16 texts in their fixed
-// fields, the lists (null where a row has none), the functions, the flag;
-// then an all-zero record.
+// Each 488-byte record: FourCC and UTF-16 texts in their fixed fields, the
+// codec lists (null where a row has none), the functions (null where a row
+// has no video), the flag; then an all-zero record.
 TEST(Catalogue, RecordsByteForByte) {
-  const auto* single = reinterpret_cast<const uint8_t*>(GetFileFormats());
-  const auto* multi = reinterpret_cast<const uint8_t*>(GetFileMultiStreamFormats());
   for (size_t row = 0; row < 5; ++row) {
     const RowText& r = kRows[row];
-    Bytes expected(488, 0);
-    std::memcpy(expected.data(), r.fourcc, 4);
+    Bytes head(408, 0);
+    std::memcpy(head.data(), r.fourcc, 4);
     for (const auto& [at, text] :
          {std::pair{4, &r.extension}, {24, &r.name}, {152, &r.description}}) {
-      for (size_t i = 0; i < text->size(); ++i) expected[at + 2 * i] = (*text)[i];
+      for (size_t i = 0; i < text->size(); ++i) head[at + 2 * i] = (*text)[i];
     }
-    for (const bool is_multi : {false, true}) {
-      SCOPED_TRACE(std::string(r.fourcc) + (is_multi ? " multi" : " single"));
-      const uint8_t* record = (is_multi ? multi : single) + row * 488;
-      const Codes* video = is_multi ? r.video_multi : r.video_single;
-      const CodecList* lists[2];
-      std::memcpy(static_cast<void*>(lists), record + 408, 16);
-      EXPECT_EQ(Memory(lists[0], (r.audio->size() + 1) * 8), ListBytes(*r.audio));
-      if (video == nullptr) EXPECT_EQ(lists[1], nullptr);
-      if (video != nullptr) {
-        EXPECT_EQ(Memory(lists[1], (video->size() + 1) * 8), ListBytes(*video));
-      }
-      Bytes full = expected;
-      Put(full, 408, lists[0]);
-      Put(full, 416, lists[1]);
-      if (is_multi) {
-        Put(full, 432, &CreateMediaFileMultiStream);
-        Put(full, 440, &AddStreamInfoMultiStream);
-        Put(full, 448, &InitMediaFileMultiStream);
-        Put(full, 456, &WriteSampleMultiStream);
-        Put(full, 464, &CloseMediaFileMultiStream);
-        Put(full, 472, &WriteExtraDataMultiStream);
-        full[480] = 1;
-      } else {
-        Put(full, 424, &CreateMediaFile);
-        Put(full, 432, &WriteAudioData);
-        Put(full, 448, &CloseMediaFile);
-        Put(full, 456, &WriteAudioExtraData);
-        full[472] = row == 0 ? 1 : 0;
-        if (video != nullptr) {
-          Put(full, 440, &WriteVideoData);
-          Put(full, 464, &WriteVideoExtraData);
-          Put(full, 480, &SetDisplayAspectRatio);
-        }
-      }
-      EXPECT_EQ(Memory(record, 488), full);
+    SCOPED_TRACE(r.fourcc);
+    const FileFormat& f = GetFileFormats()[row];
+    const FileMultiStreamFormat& m = GetFileMultiStreamFormats()[row];
+    const bool video = *r.video_single != '\0';
+    for (const auto& [lists, codes] : {std::pair{&f.audioCodecs, r.audio},
+                                       {&f.videoCodecs, r.video_single},
+                                       {&m.audioCodecs, r.audio},
+                                       {&m.videoCodecs, r.video_multi}}) {
+      EXPECT_EQ(*lists == nullptr, *codes == '\0');
+      if (*lists != nullptr)
+        EXPECT_EQ(Memory(*lists, (strlen(codes) / 4 + 1) * 8), ListBytes(codes));
     }
+    Bytes single = head;
+    const Bytes tail = Words(f.audioCodecs, f.videoCodecs, &CreateMediaFile, &WriteAudioData,
+                             video ? &WriteVideoData : nullptr, &CloseMediaFile,
+                             &WriteAudioExtraData, video ? &WriteVideoExtraData : nullptr,
+                             row == 0 ? 1 : 0, video ? &SetDisplayAspectRatio : nullptr);
+    single.insert(single.end(), tail.begin(), tail.end());
+    EXPECT_EQ(Memory(&f, 488), single);
+    Bytes multi = head;
+    const Bytes multi_tail =
+        Words(m.audioCodecs, m.videoCodecs, nullptr, &CreateMediaFileMultiStream,
+              &AddStreamInfoMultiStream, &InitMediaFileMultiStream, &WriteSampleMultiStream,
+              &CloseMediaFileMultiStream, &WriteExtraDataMultiStream, 1);
+    multi.insert(multi.end(), multi_tail.begin(), multi_tail.end());
+    EXPECT_EQ(Memory(&m, 488), multi);
   }
-  EXPECT_EQ(Memory(single + 5 * 488, 488), Bytes(488, 0));
-  EXPECT_EQ(Memory(multi + 5 * 488, 488), Bytes(488, 0));
+  EXPECT_EQ(Memory(GetFileFormats() + 5, 488), Bytes(488, 0));
+  EXPECT_EQ(Memory(GetFileMultiStreamFormats() + 5, 488), Bytes(488, 0));
   const LogCapture log;
   GetFileFormats();
   GetFileMultiStreamFormats();

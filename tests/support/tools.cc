@@ -44,7 +44,7 @@ bool MakeWithFfmpeg(const std::string& arguments, const std::string& path) {
 std::vector<ProbedPacket> ProbePackets(const std::string& path, const std::string& selector) {
   std::string text;
   RunCommand("ffprobe -v quiet -select_streams " + selector +
-                 " -show_entries packet=pts,duration,size,pos,flags -of compact=p=0 '" + path + "'",
+                 " -show_entries packet=pts,size,pos,flags -of compact=p=0 '" + path + "'",
              &text);
   std::vector<ProbedPacket> packets;
   std::istringstream lines(text);
@@ -56,7 +56,6 @@ std::vector<ProbedPacket> ProbePackets(const std::string& path, const std::strin
       const std::string value = field.substr(key.size() + 1);
       const int64_t number = value == "N/A" ? -1 : std::atoll(value.c_str());
       if (key == "pts") packet.pts = number;
-      if (key == "duration") packet.duration = number;
       if (key == "size") packet.size = number;
       if (key == "pos") packet.pos = number;
       if (key == "flags") packet.key = value[0] == 'K';

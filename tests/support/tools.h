@@ -37,7 +37,6 @@ bool MakeWithFfmpeg(const std::string& arguments, const std::string& path);
 // (milliseconds for Matroska); -1 where ffprobe says N/A.
 struct ProbedPacket {
   int64_t pts = -1;
-  int64_t duration = -1;
   int64_t size = 0;
   int64_t pos = -1;
   bool key = false;
