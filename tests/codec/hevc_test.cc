@@ -94,7 +94,7 @@ TEST_P(HevcFileTest, RecordAndBlocks) {
       if (!late) file.VideoExtra(parameter_sets, {});
       for (int round = 0; round < 3; ++round) {
         for (size_t i = 0; i < 4; ++i) {
-          const int64_t start = (round * 4 + static_cast<int64_t>(i)) * 400000;
+          const int64_t start = int64_t{400000} * (int64_t{4} * round + static_cast<int64_t>(i));
           file.Video(samples[i].sample, start, 400000, samples[i].key_in);
           file.Audio(Bytes(8, 1), start, 400000);
         }

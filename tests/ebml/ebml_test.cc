@@ -13,12 +13,14 @@ namespace kx::test {
 namespace {
 
 struct Bytes : IStream, std::vector<uint8_t> {
-  int32_t Read(void*, uint32_t, uint32_t*) override { return -1; }
-  int32_t Write(const void* data, uint32_t size, uint32_t*) override {
+  int32_t Read(void* /*buffer*/, uint32_t /*size*/, uint32_t* /*done*/) override { return -1; }
+  int32_t Write(const void* data, uint32_t size, uint32_t* /*done*/) override {
     insert(end(), static_cast<const uint8_t*>(data), static_cast<const uint8_t*>(data) + size);
     return kOk;
   }
-  int32_t SeekTo(int64_t, uint32_t, uint64_t*) override { return -1; }
+  int32_t SeekTo(int64_t /*offset*/, uint32_t /*origin*/, uint64_t* /*result*/) override {
+    return -1;
+  }
 };
 
 TEST(EbmlSize, VoidLengthsAndWidthsReadBack) {

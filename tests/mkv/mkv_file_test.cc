@@ -101,8 +101,8 @@ INSTANTIATE_TEST_SUITE_P(Cases, ClusterGridTest, ::testing::Values(
 TEST_F(MkvFileTest, CuesPointAtTheClusterAndBlockOfEachFirstKeyFrame) {
   const MatroskaFile file = Make(Vp9Ac3(), [](TableFile& f) {
     for (int i = 0; i < 60; ++i) {
-      f.Audio(Bytes(6, 2), i * 40 * kMs + 5 * kMs, 40 * kMs);
-      f.Video(Bytes(9, 3), i * 40 * kMs + 10 * kMs, 40 * kMs, i % 5 == 0);
+      f.Audio(Bytes(6, 2), kMs * 40 * i + 5 * kMs, 40 * kMs);
+      f.Video(Bytes(9, 3), kMs * 40 * i + 10 * kMs, 40 * kMs, i % 5 == 0);
     }
   });
   ASSERT_TRUE(file.parsed);
@@ -204,8 +204,8 @@ TEST_F(MkvFileTest, DurationAtClose) {
   } cases[] = {{Vp9Ac3(), 250, 100, 10000.0}, {Vp9Only(), 250, 0, 9961.0}, {Vp9Only(), 20, 0, 0}};
   for (const auto& c : cases) {
     const MatroskaFile file = Make(c.params, [&](TableFile& f) {
-      for (int i = 0; i < c.frames; ++i) f.Video(Bytes(4, 1), i * 40 * kMs, 40 * kMs, i % 25 == 0);
-      for (int i = 0; i < c.audio_frames; ++i) f.Audio(Bytes(4, 2), i * 100 * kMs, 100 * kMs);
+      for (int i = 0; i < c.frames; ++i) f.Video(Bytes(4, 1), kMs * 40 * i, 40 * kMs, i % 25 == 0);
+      for (int i = 0; i < c.audio_frames; ++i) f.Audio(Bytes(4, 2), kMs * 100 * i, 100 * kMs);
     });
     ASSERT_TRUE(file.parsed);
     EXPECT_DOUBLE_EQ(file.duration, c.duration) << c.frames << " " << c.audio_frames;
@@ -218,8 +218,8 @@ TEST_F(MkvFileTest, DurationAtClose) {
 TEST_F(MkvFileTest, LayoutWrittenAtClose) {
   const MatroskaFile file = Make(Vp9Ac3(), [](TableFile& f) {
     for (int i = 0; i < 50; ++i) {
-      f.Video(Bytes(10, 1), i * 40 * kMs, 40 * kMs, i % 10 == 0);
-      f.Audio(Bytes(6, 2), i * 40 * kMs, 40 * kMs);
+      f.Video(Bytes(10, 1), kMs * 40 * i, 40 * kMs, i % 10 == 0);
+      f.Audio(Bytes(6, 2), kMs * 40 * i, 40 * kMs);
     }
   });
   ASSERT_TRUE(file.parsed);

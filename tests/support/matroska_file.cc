@@ -31,26 +31,26 @@ class Collector : public webm::Callback {
     return kDone;
   }
 
-  Status OnEbml(const ElementMetadata&, const webm::Ebml& ebml) override {
+  Status OnEbml(const ElementMetadata& /*metadata*/, const webm::Ebml& ebml) override {
     file_.doc_type = ebml.doc_type.value();
     file_.doc_type_version = ebml.doc_type_version.value();
     return kDone;
   }
 
-  Status OnSeek(const ElementMetadata&, const webm::Seek& seek) override {
+  Status OnSeek(const ElementMetadata& /*metadata*/, const webm::Seek& seek) override {
     file_.seeks.push_back(
         {seek_head_position_, static_cast<uint32_t>(seek.id.value()), seek.position.value()});
     return kDone;
   }
 
-  Status OnInfo(const ElementMetadata&, const webm::Info& info) override {
+  Status OnInfo(const ElementMetadata& /*metadata*/, const webm::Info& info) override {
     file_.duration = info.duration.is_present() ? info.duration.value() : -1;
     file_.timecode_scale = info.timecode_scale.value();
     file_.muxing_app = info.muxing_app.value();
     return kDone;
   }
 
-  Status OnTrackEntry(const ElementMetadata&, const webm::TrackEntry& entry) override {
+  Status OnTrackEntry(const ElementMetadata& /*metadata*/, const webm::TrackEntry& entry) override {
     TrackInfo& track = file_.tracks.emplace_back();
     track.number = entry.track_number.value();
     track.uid = entry.track_uid.value();
@@ -87,13 +87,14 @@ class Collector : public webm::Callback {
     return kDone;
   }
 
-  Status OnBlockBegin(const ElementMetadata&, const webm::Block& block,
+  Status OnBlockBegin(const ElementMetadata& /*metadata*/, const webm::Block& block,
                       webm::Action* action) override {
     BeginBlock(group_position_, block, action);
     return kDone;
   }
 
-  Status OnBlockGroupEnd(const ElementMetadata&, const webm::BlockGroup& group) override {
+  Status OnBlockGroupEnd(const ElementMetadata& /*metadata*/,
+                         const webm::BlockGroup& group) override {
     BlockInfo& info = file_.blocks.back();
     for (const auto& reference : group.references) info.references.push_back(reference.value());
     info.key = info.references.empty();
@@ -114,7 +115,7 @@ class Collector : public webm::Callback {
     return kDone;
   }
 
-  Status OnCuePoint(const ElementMetadata&, const webm::CuePoint& point) override {
+  Status OnCuePoint(const ElementMetadata& /*metadata*/, const webm::CuePoint& point) override {
     for (const auto& position : point.cue_track_positions) {
       const webm::CueTrackPositions& p = position.value();
       file_.cues.push_back({point.time.value(), p.track.value(), p.cluster_position.value(),
