@@ -1,5 +1,6 @@
 #include "src/io/file_ex.h"
 
+#include <cstring>
 #include <string>
 
 #include "src/platform/file.h"
@@ -7,6 +8,11 @@
 
 namespace kx {
 namespace {
+
+// Pieces below this size are gathered; larger ones are written at once,
+// since copying them would cost more than the extra write call.
+constexpr size_t kBufferSize = size_t{128} << 10;
+constexpr uint32_t kDirectWrite = 16 << 10;
 
 // True when the text from the last '.' on starts with ".iso:" in any case.
 bool IsVirtualTarget(const char16_t* name) {
@@ -49,35 +55,71 @@ bool FileEx::Open(const char16_t* name, const char* mode) {
   // code-page conversion.
   const std::u16string wide_mode(mode, mode + std::char_traits<char>::length(mode));
   file_ = platform::OpenFile(name, wide_mode.c_str());
-  return file_ != nullptr;
+  if (file_ == nullptr) {
+    return false;
+  }
+  std::setvbuf(file_, nullptr, _IONBF, 0);
+  if (!buffer_) {
+    buffer_ = std::make_unique<uint8_t[]>(kBufferSize);
+  }
+  position_ = platform::TellFile(file_);
+  return true;
 }
 
 void FileEx::Close() {
   if (file_ == nullptr) {
     return;
   }
+  Drain();
   std::fclose(file_);
   file_ = nullptr;
 }
 
 void FileEx::Flush() {
   if (file_ != nullptr) {
+    Drain();
     std::fflush(file_);
   }
+}
+
+void FileEx::Drain() {
+  if (buffered_ == 0) {
+    return;
+  }
+  const size_t written = std::fwrite(buffer_.get(), 1, buffered_, file_);
+  if (written != buffered_) {
+    position_ = platform::TellFile(file_);  // the file ends short of the count
+  }
+  buffered_ = 0;
 }
 
 uint32_t FileEx::Write(const void* buffer, uint32_t size) {
   if (file_ == nullptr) {
     return 0;
   }
-  return static_cast<uint32_t>(std::fwrite(buffer, 1, size, file_));
+  if (size >= kDirectWrite) {
+    Drain();
+    const auto written = static_cast<uint32_t>(std::fwrite(buffer, 1, size, file_));
+    position_ += written;
+    return written;
+  }
+  if (buffered_ + size > kBufferSize) {
+    Drain();
+  }
+  std::memcpy(buffer_.get() + buffered_, buffer, size);
+  buffered_ += size;
+  position_ += size;
+  return size;
 }
 
 uint32_t FileEx::Read(void* buffer, uint32_t size) {
   if (file_ == nullptr) {
     return 0;
   }
-  return static_cast<uint32_t>(std::fread(buffer, 1, size, file_));
+  Drain();
+  const auto count = static_cast<uint32_t>(std::fread(buffer, 1, size, file_));
+  position_ = platform::TellFile(file_);
+  return count;
 }
 
 int64_t FileEx::GetLength() {
@@ -87,6 +129,7 @@ int64_t FileEx::GetLength() {
   if (file_ == nullptr) {
     return 0;
   }
+  Drain();
   const int64_t position = platform::TellFile(file_);
   platform::SeekFile(file_, 0, SEEK_END);
   const int64_t length = platform::TellFile(file_);
@@ -105,14 +148,17 @@ int32_t FileEx::SeekTo(int64_t offset, uint32_t origin) {
   if (origin > 2) {
     return -1;
   }
-  return platform::SeekFile(file_, offset, kOrigins[origin]);
+  Drain();
+  const int32_t status = platform::SeekFile(file_, offset, kOrigins[origin]);
+  position_ = platform::TellFile(file_);
+  return status;
 }
 
 int64_t FileEx::Tell() {
   if (virtual_target_ || file_ == nullptr) {
     return 0;
   }
-  return platform::TellFile(file_);
+  return position_;
 }
 
 }  // namespace kx

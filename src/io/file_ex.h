@@ -1,10 +1,17 @@
 // A thin object around a C runtime file opened by a UTF-16 name, with 64-bit
-// positions. It keeps no buffer of its own: the runtime stream buffers.
+// positions. Elements hand over their bytes in many small pieces (IDs, size
+// fields, block headers) and a few large ones (frames): the small pieces are
+// gathered in a buffer of the object's own and reach the file in large
+// writes, the large ones go straight to the file. The runtime stream is
+// unbuffered, so no byte is copied twice on its way, and the position is
+// known without asking the runtime.
 #ifndef KX_IO_FILE_EX_H_
 #define KX_IO_FILE_EX_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 
 namespace kx {
 
@@ -20,8 +27,10 @@ class FileEx {
   // writes go nowhere and the call succeeds. A null mode fails.
   virtual bool Open(const char16_t* name, const char* mode);
   virtual void Close();
+  // Writes what is buffered and flushes the runtime stream.
   virtual void Flush();
-  // Bytes written or read; 0 without an open file.
+  // Bytes written or read; 0 without an open file. A write that is
+  // buffered counts as written.
   virtual uint32_t Write(const void* buffer, uint32_t size);
   virtual uint32_t Read(void* buffer, uint32_t size);
   // Virtual target: 1; no file: 0.
@@ -35,8 +44,15 @@ class FileEx {
   [[nodiscard]] bool is_virtual_target() const { return virtual_target_; }
 
  private:
+  // Hands what is buffered to the file.
+  void Drain();
+
   std::FILE* file_ = nullptr;
   bool virtual_target_ = false;
+  std::unique_ptr<uint8_t[]> buffer_;
+  size_t buffered_ = 0;
+  // The file position, buffered bytes included.
+  int64_t position_ = 0;
 };
 
 }  // namespace kx
