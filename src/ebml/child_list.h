@@ -108,11 +108,15 @@ class ChildList {
     return kx::kOk;
   }
 
-  // For the owning master's VisitChildren.
+  // For the owning master's VisitChildren. Once the visitor ends the list,
+  // the children after it are only passed over.
   void Visit(ChildVisitor& visitor) const {
+    bool ended = false;
     for (const auto& child : children_) {
-      if (!visitor.VisitListItem(*child)) {
-        return;
+      if (ended) {
+        visitor.SkipListItem(*child);
+      } else {
+        ended = !visitor.VisitListItem(*child);
       }
     }
   }

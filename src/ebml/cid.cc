@@ -6,6 +6,7 @@
 #include "src/ebml/chunk_writer.h"
 #include "src/ebml/counting_stream.h"
 #include "src/ebml/length.h"
+#include "src/ebml/size_plan.h"
 
 namespace MatroskaWriter {
 
@@ -19,22 +20,36 @@ uint64_t CID::Size(bool with_header) const {
 }
 
 int32_t CID::Write(kx::IStream& stream) const {
+  SizePlan plan;
+  Plan(plan);
+  return WritePlanned(stream, plan);
+}
+
+Extent CID::Plan(SizePlan& plan) const {
   const Extent extent = Measure();
+  plan.Add(extent);
+  return extent;
+}
+
+int32_t CID::WritePlanned(kx::IStream& stream, SizePlan& plan) const {
+  const size_t index = plan.cursor();
+  const Extent extent = plan.Next();
+  int32_t result = kx::kOk;
   if (!extent.codable) {
-    return kNotCodable;
-  }
-  if (extent.written() == 0) {
-    return kx::kOk;  // left out of the file
-  }
+    result = kNotCodable;
+  } else if (extent.written() != 0) {  // else left out of the file
 #ifndef NDEBUG
-  // The one place where every element's output is checked against its Size.
-  CountingStream counter(stream);
-  const int32_t result = Emit(counter, extent);
-  assert(counter.count() == extent.written() && "element wrote a different size than it measured");
-  return result;
+    // The one place where every element's output is checked against its Size.
+    CountingStream counter(stream);
+    result = EmitPlanned(counter, extent, plan);
+    assert(counter.count() == extent.written() &&
+           "element wrote a different size than it measured");
 #else
-  return Emit(stream, extent);
+    result = EmitPlanned(stream, extent, plan);
 #endif
+  }
+  plan.SkipFrom(index);
+  return result;
 }
 
 uint64_t CID::HeaderSize(uint64_t payload_size) const {
@@ -75,6 +90,10 @@ int32_t CID::Emit(kx::IStream& stream, const Extent& /*extent*/) const {
   std::array<uint8_t, 4> buffer{};
   const size_t n = EncodeId(id_, buffer.data());
   return stream.Write(buffer.data(), static_cast<uint32_t>(n));
+}
+
+int32_t CID::EmitPlanned(kx::IStream& stream, const Extent& extent, SizePlan& /*plan*/) const {
+  return Emit(stream, extent);
 }
 
 Extent CID::Standard(uint64_t payload) const {

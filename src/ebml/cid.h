@@ -4,6 +4,8 @@
 // never come from two different formulas. Size and Write themselves are not
 // virtual: classes shape their output through Measure and Emit, and Write is
 // the one place where debug builds check the bytes against the measure.
+// Write measures the whole tree once (Plan) and then emits it with the
+// measured extents (WritePlanned), so no element is measured twice.
 #ifndef KX_EBML_CID_H_
 #define KX_EBML_CID_H_
 
@@ -13,6 +15,8 @@
 #include "src/io/istream.h"
 
 namespace MatroskaWriter {
+
+class SizePlan;
 
 // Result of Write for an element that has no valid coding (a payload of 2^56 - 1
 // bytes or more, a block with more frames than lacing can express). Nothing is
@@ -69,6 +73,13 @@ class CID {
   // SeekID), with no size field.
   [[nodiscard]] virtual Extent Measure() const;
 
+  // Adds the extents of the element and of everything below it to `plan`, in
+  // writing order, and returns the element's own. A leaf adds its Measure.
+  virtual Extent Plan(SizePlan& plan) const;
+  // Writes the element whose extent is next in `plan` and moves the plan
+  // past its subtree; results as Write. Masters call it for their children.
+  int32_t WritePlanned(kx::IStream& stream, SizePlan& plan) const;
+
   // Bytes of an ID: up to and including its highest non-zero byte (0 for 0).
   static int IdWidth(uint32_t id);
   // Codes `id` into `out` (at least 4 bytes) with the length marker of its
@@ -79,6 +90,9 @@ class CID {
   // Writes the element as measured. Called only by Write, only for an element
   // that is present and codable, with the extent Measure just returned.
   virtual int32_t Emit(kx::IStream& stream, const Extent& extent) const;
+  // Emit for an element whose children's extents are in `plan` (masters);
+  // anything else ignores the plan.
+  virtual int32_t EmitPlanned(kx::IStream& stream, const Extent& extent, SizePlan& plan) const;
 
   // The usual layout: ID, minimal size field, `payload` bytes.
   [[nodiscard]] Extent Standard(uint64_t payload) const;

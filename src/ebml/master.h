@@ -17,6 +17,8 @@ class ChildVisitor {
   // A child of an owned list; returning false ends the list (the write of
   // that child failed).
   virtual bool VisitListItem(const CID& child) = 0;
+  // A child of a list that ended early: it is not written.
+  virtual void SkipListItem(const CID& /*child*/) {}
 
  protected:
   ChildVisitor() = default;
@@ -35,6 +37,7 @@ class Master : public CID {
   using CID::CID;
 
   [[nodiscard]] Extent Measure() const override;
+  Extent Plan(SizePlan& plan) const override;
 
  protected:
   // Hands every child that is part of the element, in writing order, to
@@ -42,7 +45,7 @@ class Master : public CID {
   // VisitListItem (stopping when it returns false).
   virtual void VisitChildren(ChildVisitor& visitor) const = 0;
 
-  int32_t Emit(kx::IStream& stream, const Extent& extent) const override;
+  int32_t EmitPlanned(kx::IStream& stream, const Extent& extent, SizePlan& plan) const override;
 };
 
 }  // namespace MatroskaWriter
