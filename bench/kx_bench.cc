@@ -47,6 +47,7 @@ constexpr const char* kFfmpegName = "ffmpeg";
 std::vector<Writer> Writers() {
   return {
       {"kx_mkv single-stream", "mkv", WriteSingleStream},
+      {"kx_mkv multi-stream", "multi.mkv", WriteMultiStream},
       {kFfmpegName, "ffmpeg.mkv",
        [](const auto& w, const auto& p) { return WriteFfmpeg(w, p, true); }},
       {"ffmpeg write_crc32=0", "ffmpeg-nocrc.mkv",

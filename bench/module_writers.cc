@@ -1,6 +1,8 @@
 #include "bench/module_writers.h"
 
+#include <cstring>
 #include <memory>
+#include <vector>
 
 #include "include/kx_mkv/kx_mkv.h"
 
@@ -64,6 +66,45 @@ bool WriteSingleStream(const Workload& workload, const std::string& path) {
     ok = ok && taken == static_cast<int32_t>(frame.size);
   }
   row->CloseMediaFile(handle);
+  return ok;
+}
+
+}  // namespace kx::bench
+
+namespace kx::bench {
+
+bool WriteMultiStream(const Workload& workload, const std::string& path) {
+  constexpr uint32_t kMkv = KX_FOURCC('M', 'K', 'V', ' ');
+  const FileMultiStreamFormat* row = GetFileMultiStreamFormats();
+  while (row->fourcc != 0 && row->fourcc != kMkv) {
+    ++row;
+  }
+  const auto params = Params(workload);
+  void* handle = row->CreateMediaFileMultiStream();
+  if (handle == nullptr) {
+    return false;
+  }
+  // Without video the video entry carries the no-video word, which lets the
+  // audio flow into Clusters instead of waiting for a video frame.
+  row->AddStreamInfoMultiStream(handle, 2, 0, 0, 0, params.get());
+  row->AddStreamInfoMultiStream(handle, 3, 0, 1, 1, params.get());
+  bool ok = row->InitMediaFileMultiStream(handle, kMkv, Utf16(path).c_str(), 0) != 0;
+  // Audio configuration data travels behind its 32-bit little-endian length.
+  const auto length = static_cast<uint32_t>(workload.audio_config.size());
+  std::vector<uint8_t> extra(4 + length);
+  for (int i = 0; i < 4; ++i) {
+    extra[static_cast<size_t>(i)] = static_cast<uint8_t>(length >> (8 * i));
+  }
+  std::memcpy(extra.data() + 4, workload.audio_config.data(), length);
+  row->WriteExtraDataMultiStream(handle, 1, extra.data(), static_cast<int32_t>(extra.size()));
+  for (const Frame& frame : workload.frames) {
+    if (!ok) {
+      break;
+    }
+    const MediaSample sample = Sample(frame);
+    row->WriteSampleMultiStream(handle, frame.video ? 0 : 1, &sample, nullptr);
+  }
+  row->CloseMediaFileMultiStream(handle);
   return ok;
 }
 

@@ -13,6 +13,10 @@ namespace kx::bench {
 // refused the file or a frame.
 bool WriteSingleStream(const Workload& workload, const std::string& path);
 
+// Through the multi-stream table's "MKV " row: video as stream 0 (marked
+// absent when the workload has none), audio as stream 1.
+bool WriteMultiStream(const Workload& workload, const std::string& path);
+
 }  // namespace kx::bench
 
 #endif  // KX_BENCH_MODULE_WRITERS_H_
