@@ -29,6 +29,17 @@ BlockGroup::BlockGroup()
       codec_state(ids::kCodecState),
       block(ids::kBlock) {}
 
+void BlockGroup::Reset() {
+  block_duration.Clear();
+  reference_priority.Clear();
+  reference_block.Clear();
+  reference_virtual.Clear();
+  codec_state.Clear();
+  block.Reset();
+  block_additions.block_more.block_add_id.Set(1);
+  block_additions.block_more.block_additional.Clear();
+}
+
 void BlockGroup::VisitChildren(ChildVisitor& visitor) const {
   visitor.Visit(block_duration);
   visitor.Visit(reference_priority);

@@ -36,6 +36,10 @@ class BlockGroup : public Master {
  public:
   BlockGroup();
 
+  // Back to the state of a new group (every child below), so that the object
+  // can carry another frame without being allocated again.
+  void Reset();
+
   CUInt block_duration;
   CUInt reference_priority;
   CInt reference_block;

@@ -63,6 +63,14 @@ int32_t CBlock::Emit(kx::IStream& stream, const Extent& extent) const {
   return kx::kOk;
 }
 
+void CBlock::Reset() {
+  track_number = 0;
+  start = 0;
+  end = 0;
+  frames.clear();
+  keyframe = 0;
+}
+
 SimpleBlock::SimpleBlock() : CBlock(ids::kSimpleBlock) {}
 
 uint8_t SimpleBlock::KeyFlag() const { return keyframe != 0 ? kKeyFrame : 0; }

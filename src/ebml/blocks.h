@@ -34,6 +34,10 @@ class CBlock : public CID {
   std::vector<std::vector<uint8_t>> frames;
   int32_t keyframe = 0;  // a Block does not code it; a SimpleBlock does
 
+  // Back to the state of a new block, so that the object can carry another
+  // frame without being allocated again.
+  void Reset();
+
  protected:
   int32_t Emit(kx::IStream& stream, const Extent& extent) const override;
   // Flag bits besides lacing.

@@ -66,6 +66,15 @@ class ChildList {
     }
   }
   void Clear() { children_.clear(); }
+  // Hands every child, head first, to `take` and empties the list, which
+  // keeps its storage for the next children.
+  template <typename Take>
+  void Release(Take&& take) {
+    for (auto& child : children_) {
+      take(std::move(child));
+    }
+    children_.clear();
+  }
   // Destroys the head child; does nothing on an empty list.
   void RemoveFirst() {
     if (!children_.empty()) {

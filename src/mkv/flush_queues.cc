@@ -94,7 +94,7 @@ void MatroskaFileWriter::TakeIntoCluster(MatroskaStream& track) {
       WriteCluster();
     }
     cluster_.timecode.Set(static_cast<uint64_t>(timecode + steps * cluster_span_ms_));
-    cluster_.ClearBlocks();
+    RecycleClusterBlocks();
     cue_block_counter_ = 0;
   }
   // A late block far behind the open Cluster cannot be coded in 16 bits; it
@@ -143,6 +143,27 @@ void MatroskaFileWriter::AddCuePoint(const MatroskaWriter::CBlock& block) {
 void MatroskaFileWriter::WriteCluster() {
   AppendSeek(cluster_seek_head_, ids::kCluster, Tell());
   cluster_.Write(*this);
+}
+
+void MatroskaFileWriter::RecycleClusterBlocks() {
+  const auto track_of = [this](const MatroskaWriter::CBlock& block) -> MatroskaStream* {
+    for (const auto& track : tracks_) {
+      if (track->track_number() == block.track_number) {
+        return track.get();
+      }
+    }
+    return nullptr;
+  };
+  cluster_.block_groups.Release([&](std::unique_ptr<MatroskaWriter::BlockGroup> group) {
+    if (MatroskaStream* track = track_of(group->block)) {
+      track->Recycle(std::move(group));
+    }
+  });
+  cluster_.simple_blocks.Release([&](std::unique_ptr<MatroskaWriter::SimpleBlock> simple) {
+    if (MatroskaStream* track = track_of(*simple)) {
+      track->Recycle(std::move(simple));
+    }
+  });
 }
 
 }  // namespace kx

@@ -104,6 +104,8 @@ class MatroskaFileWriter : public IStream {
   void TakeIntoCluster(MatroskaStream& track);
   void AddCuePoint(const MatroskaWriter::CBlock& block);
   void WriteCluster();
+  // Empties the Cluster, handing its blocks back to their tracks for reuse.
+  void RecycleClusterBlocks();
   void FixDuration();
   void Finalize();
   void AppendSeek(MatroskaWriter::Seek& seek_head, uint32_t id, int64_t position) const;

@@ -9,6 +9,24 @@
 #include "src/platform/crt_rand.h"
 
 namespace kx {
+namespace {
+
+// What a track keeps for reuse: about what a written Cluster and the queues
+// hold at a time, and no frame storage of unusual size.
+constexpr size_t kMaxSpareBlocks = 64;
+constexpr size_t kMaxKeptFrameBytes = size_t{1} << 20;
+
+template <typename Block>
+std::unique_ptr<Block> TakeSpare(std::vector<std::unique_ptr<Block>>& spares) {
+  if (spares.empty()) {
+    return std::make_unique<Block>();
+  }
+  std::unique_ptr<Block> block = std::move(spares.back());
+  spares.pop_back();
+  return block;
+}
+
+}  // namespace
 
 using MatroskaWriter::BlockGroup;
 using MatroskaWriter::CBlock;
@@ -51,10 +69,10 @@ int32_t MatroskaStream::AddFrame(const uint8_t* data, int32_t size, int64_t star
   std::unique_ptr<SimpleBlock> simple;
   CBlock* block = nullptr;
   if (use_simple_block_ && !has_additions_) {
-    simple = std::make_unique<SimpleBlock>();
+    simple = TakeSpare(spare_simple_);
     block = simple.get();
   } else {
-    group = std::make_unique<BlockGroup>();
+    group = TakeSpare(spare_groups_);
     block = &group->block;
     // A non-key frame (or one sharing its predecessor's time) refers back to
     // the previous frame; the offset is rounded half away from zero.
@@ -75,7 +93,7 @@ int32_t MatroskaStream::AddFrame(const uint8_t* data, int32_t size, int64_t star
   block->keyframe = key;
   block->start = ToMilliseconds(start);
   block->end = ToMilliseconds(end);
-  block->frames.emplace_back(data, data + size);
+  block->frames.push_back(CopyFrame(data, size));
   if (group) {
     queue_.emplace_back(std::move(group));
   } else {
@@ -87,6 +105,40 @@ int32_t MatroskaStream::AddFrame(const uint8_t* data, int32_t size, int64_t star
     ReserveCodecPrivate(data, size);
   }
   return size;
+}
+
+void MatroskaStream::Recycle(std::unique_ptr<BlockGroup> group) {
+  if (group && spare_groups_.size() < kMaxSpareBlocks) {
+    KeepFrameStorage(group->block);
+    group->Reset();
+    spare_groups_.push_back(std::move(group));
+  }
+}
+
+void MatroskaStream::Recycle(std::unique_ptr<SimpleBlock> simple) {
+  if (simple && spare_simple_.size() < kMaxSpareBlocks) {
+    KeepFrameStorage(*simple);
+    simple->Reset();
+    spare_simple_.push_back(std::move(simple));
+  }
+}
+
+void MatroskaStream::KeepFrameStorage(CBlock& block) {
+  for (std::vector<uint8_t>& frame : block.frames) {
+    if (spare_frames_.size() < kMaxSpareBlocks && frame.capacity() <= kMaxKeptFrameBytes) {
+      spare_frames_.push_back(std::move(frame));
+    }
+  }
+}
+
+std::vector<uint8_t> MatroskaStream::CopyFrame(const uint8_t* data, int32_t size) {
+  std::vector<uint8_t> frame;
+  if (!spare_frames_.empty()) {
+    frame = std::move(spare_frames_.back());
+    spare_frames_.pop_back();
+  }
+  frame.assign(data, data + size);
+  return frame;
 }
 
 // CodecPrivate that configuration data may still fill is reserved as zeros

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <vector>
 
 #include "src/ebml/track_entry.h"
 #include "src/mkv/queued_block.h"
@@ -36,6 +37,11 @@ class MatroskaStream {
   [[nodiscard]] uint64_t track_number() const { return entry_->track_number.Value(); }
   [[nodiscard]] uint64_t track_type() const { return entry_->track_type.Value(); }
 
+  // Takes back a block of this track after its Cluster was written; the next
+  // frames reuse it and its frame storage instead of allocating.
+  void Recycle(std::unique_ptr<MatroskaWriter::BlockGroup> group);
+  void Recycle(std::unique_ptr<MatroskaWriter::SimpleBlock> simple);
+
   std::deque<QueuedBlock>& queue() { return queue_; }
   [[nodiscard]] const std::deque<QueuedBlock>& queue() const { return queue_; }
 
@@ -48,6 +54,10 @@ class MatroskaStream {
 
  private:
   void ReserveCodecPrivate(const uint8_t* data, int32_t size);
+  // Keeps the storage of the block's frames for later frames and resets it.
+  void KeepFrameStorage(MatroskaWriter::CBlock& block);
+  // A copy of the frame, in kept storage when there is some.
+  std::vector<uint8_t> CopyFrame(const uint8_t* data, int32_t size);
 
   int64_t written_time_ = 0;
   std::deque<QueuedBlock> queue_;
@@ -56,6 +66,10 @@ class MatroskaStream {
   std::unique_ptr<MatroskaWriter::TrackEntry> entry_;
   int64_t last_start_ = -1;
   int64_t last_end_ = -1;
+  // Blocks and frame buffers of written Clusters, ready for reuse.
+  std::vector<std::unique_ptr<MatroskaWriter::BlockGroup>> spare_groups_;
+  std::vector<std::unique_ptr<MatroskaWriter::SimpleBlock>> spare_simple_;
+  std::vector<std::vector<uint8_t>> spare_frames_;
 };
 
 // Track types.

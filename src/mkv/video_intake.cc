@@ -1,9 +1,9 @@
 #include "src/mkv/video_intake.h"
 
+#include "src/codec/fourcc.h"
 #include "src/mkv/codec_ids.h"
 #include "src/mkv/sample_paths.h"
 #include "src/mkv/time_units.h"
-#include "src/codec/fourcc.h"
 
 namespace kx {
 
