@@ -1,6 +1,10 @@
 #include "src/ebml/block_group.h"
 
+#include <array>
+
+#include "src/ebml/chunk_writer.h"
 #include "src/ebml/element_ids.h"
+#include "src/ebml/size_plan.h"
 
 namespace MatroskaWriter {
 
@@ -48,6 +52,70 @@ void BlockGroup::VisitChildren(ChildVisitor& visitor) const {
   visitor.Visit(codec_state);
   visitor.Visit(block);
   visitor.Visit(block_additions);
+}
+
+Extent BlockGroup::Measure() const { return IsPlain() ? PlainExtent() : Master::Measure(); }
+
+Extent BlockGroup::Plan(SizePlan& plan) const {
+  if (!IsPlain()) {
+    return Master::Plan(plan);
+  }
+  const Extent extent = PlainExtent();
+  plan.Add(extent);
+  return extent;
+}
+
+bool BlockGroup::IsPlain() const {
+  return codec_state.empty() && block.frames.size() <= 1 &&
+         block_additions.block_more.block_additional.empty();
+}
+
+uint64_t BlockGroup::PlainMorePayload() const {
+  return block_additions.block_more.block_add_id.Size(true);
+}
+
+uint64_t BlockGroup::PlainAdditionsPayload() const {
+  const uint64_t more = PlainMorePayload();
+  return block_additions.block_more.HeaderSize(more) + more;
+}
+
+Extent BlockGroup::PlainExtent() const {
+  const Extent block_extent = block.Measure();
+  const uint64_t additions = PlainAdditionsPayload();
+  Extent extent =
+      Standard(block_duration.Size(true) + reference_priority.Size(true) +
+               reference_block.Size(true) + reference_virtual.Size(true) + block_extent.total() +
+               block_additions.HeaderSize(additions) + additions);
+  extent.codable = extent.codable && block_extent.codable;
+  return extent;
+}
+
+int32_t BlockGroup::EmitPlanned(kx::IStream& stream, const Extent& extent, SizePlan& plan) const {
+  if (!IsPlain()) {
+    return Master::EmitPlanned(stream, extent, plan);
+  }
+  std::array<uint8_t, kMaxHeaderBytes + 4 * kMaxScalarBytes + CBlock::kMaxHeadBytes> head{};
+  size_t n = EncodeHeader(extent.payload, head.data());
+  n += block_duration.Encode(head.data() + n);
+  n += reference_priority.Encode(head.data() + n);
+  n += reference_block.Encode(head.data() + n);
+  n += reference_virtual.Encode(head.data() + n);
+  n += block.EncodeHead(block.Measure().payload, head.data() + n);
+
+  std::array<uint8_t, 2 * kMaxHeaderBytes + kMaxScalarBytes> tail{};
+  const BlockMore& more = block_additions.block_more;
+  size_t t = block_additions.EncodeHeader(PlainAdditionsPayload(), tail.data());
+  t += more.EncodeHeader(PlainMorePayload(), tail.data() + t);
+  t += more.block_add_id.Encode(tail.data() + t);
+
+  ChunkWriter writer(stream);
+  writer.Put(head.data(), n);
+  if (!block.frames.empty()) {
+    writer.Put(block.frames.front().data(), block.frames.front().size());
+  }
+  writer.Put(tail.data(), t);
+  writer.Flush();
+  return kx::kOk;
 }
 
 }  // namespace MatroskaWriter

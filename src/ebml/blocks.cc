@@ -33,20 +33,22 @@ Extent CBlock::Measure() const {
   return extent;
 }
 
+size_t CBlock::EncodeHead(uint64_t payload, uint8_t* out) const {
+  size_t n = EncodeHeader(payload, out);
+  n += CLength::Encode(track_number, CLength::Width(track_number), out + n);
+  const auto timecode = static_cast<uint16_t>(static_cast<uint64_t>(start));
+  out[n++] = static_cast<uint8_t>(timecode >> 8);
+  out[n++] = static_cast<uint8_t>(timecode);
+  const bool laced = frames.size() > 1;
+  out[n++] = static_cast<uint8_t>(KeyFlag() | (laced ? kXiphLacing : 0));
+  return n;
+}
+
 int32_t CBlock::Emit(kx::IStream& stream, const Extent& extent) const {
   ChunkWriter writer(stream);
-  std::array<uint8_t, kMaxHeaderBytes> coded{};
-  writer.Put(coded.data(), EncodeHeader(extent.payload, coded.data()));
-  writer.Put(coded.data(),
-             CLength::Encode(track_number, CLength::Width(track_number), coded.data()));
-
-  const auto timecode = static_cast<uint16_t>(static_cast<uint64_t>(start));
-  writer.Put(static_cast<uint8_t>(timecode >> 8));
-  writer.Put(static_cast<uint8_t>(timecode));
-
-  const bool laced = frames.size() > 1;
-  writer.Put(static_cast<uint8_t>(KeyFlag() | (laced ? kXiphLacing : 0)));
-  if (laced) {
+  std::array<uint8_t, kMaxHeadBytes> head{};
+  writer.Put(head.data(), EncodeHead(extent.payload, head.data()));
+  if (frames.size() > 1) {
     writer.Put(static_cast<uint8_t>(frames.size() - 1));
     for (size_t i = 0; i + 1 < frames.size(); ++i) {
       const uint64_t size = frames[i].size();

@@ -26,6 +26,12 @@ class CBlock : public CID {
 
   [[nodiscard]] Extent Measure() const override;
 
+  // Codes what precedes the lacing header and the frames (ID, size field
+  // for `payload`, track number, timecode, flags) into `out`, which has room
+  // for kMaxHeadBytes; returns the number of bytes.
+  static constexpr size_t kMaxHeadBytes = kMaxHeaderBytes + 8 + 3;
+  size_t EncodeHead(uint64_t payload, uint8_t* out) const;
+
   uint64_t track_number = 0;
   // Milliseconds; relative to the cluster once the block is in one. Only the
   // low 16 bits are written, so the muxer keeps it within -32768..32767.

@@ -80,6 +80,10 @@ class CID {
   // past its subtree; results as Write. Masters call it for their children.
   int32_t WritePlanned(kx::IStream& stream, SizePlan& plan) const;
 
+  // Codes ID and minimal size field for `payload` into `out` (at least
+  // kMaxHeaderBytes); returns the number of bytes.
+  size_t EncodeHeader(uint64_t payload, uint8_t* out) const;
+
   // Bytes of an ID: up to and including its highest non-zero byte (0 for 0).
   static int IdWidth(uint32_t id);
   // Codes `id` into `out` (at least 4 bytes) with the length marker of its
@@ -96,9 +100,6 @@ class CID {
 
   // The usual layout: ID, minimal size field, `payload` bytes.
   [[nodiscard]] Extent Standard(uint64_t payload) const;
-  // Codes ID and minimal size field for `payload` into `out` (at least
-  // kMaxHeaderBytes); returns the number of bytes.
-  size_t EncodeHeader(uint64_t payload, uint8_t* out) const;
   int32_t WriteHeader(kx::IStream& stream, uint64_t payload) const;
   // Writes ID, size field and `size` bytes of `data` as the payload, small
   // payloads together with the header in one stream write.

@@ -12,6 +12,9 @@
 
 namespace MatroskaWriter {
 
+// Longest coded scalar: ID, size field and an 8-byte value.
+inline constexpr size_t kMaxScalarBytes = kMaxHeaderBytes + 8;
+
 template <typename T>
 class CSimpleVar : public CID {
  public:
@@ -30,6 +33,18 @@ class CSimpleVar : public CID {
 
   [[nodiscard]] Extent Measure() const override { return set_ ? Standard(ValueWidth()) : Extent{}; }
 
+  // Codes the whole element (ID, size field, value) into `out`, which has
+  // room for kMaxScalarBytes; nothing when the value is unset.
+  size_t Encode(uint8_t* out) const {
+    if (!set_) {
+      return 0;
+    }
+    const size_t width = ValueWidth();
+    const size_t header = EncodeHeader(width, out);
+    EncodeValue(width, out + header);
+    return header + width;
+  }
+
  protected:
   // Bytes of the coded value (1 to 8).
   [[nodiscard]] virtual size_t ValueWidth() const = 0;
@@ -37,11 +52,9 @@ class CSimpleVar : public CID {
   virtual void EncodeValue(size_t width, uint8_t* out) const = 0;
 
   // ID, size field and value go to the stream in one write.
-  int32_t Emit(kx::IStream& stream, const Extent& extent) const override {
-    std::array<uint8_t, kMaxHeaderBytes + 8> buffer{};
-    const size_t header = EncodeHeader(extent.payload, buffer.data());
-    EncodeValue(static_cast<size_t>(extent.payload), buffer.data() + header);
-    return stream.Write(buffer.data(), static_cast<uint32_t>(header + extent.payload));
+  int32_t Emit(kx::IStream& stream, const Extent& /*extent*/) const override {
+    std::array<uint8_t, kMaxScalarBytes> buffer{};
+    return stream.Write(buffer.data(), static_cast<uint32_t>(Encode(buffer.data())));
   }
 
  private:
