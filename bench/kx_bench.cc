@@ -73,6 +73,7 @@ int64_t MaxRssKib() {
 Sample Measure(const Writer& writer, const Workload& workload, const std::string& path) {
   int pipe_ends[2];
   Sample sample;
+  unlink(path.c_str());  // the last run's file is not truncated on the clock
   if (pipe(pipe_ends) != 0) {
     return sample;
   }
