@@ -70,21 +70,17 @@ bool BlockGroup::IsPlain() const {
          block_additions.block_more.block_additional.empty();
 }
 
-uint64_t BlockGroup::PlainMorePayload() const {
-  return block_additions.block_more.block_add_id.Size(true);
-}
-
-uint64_t BlockGroup::PlainAdditionsPayload() const {
-  const uint64_t more = PlainMorePayload();
-  return block_additions.block_more.HeaderSize(more) + more;
+uint64_t BlockGroup::PlainAdditionsPayload(uint64_t more_payload) const {
+  return block_additions.block_more.HeaderSize(more_payload) + more_payload;
 }
 
 Extent BlockGroup::PlainExtent() const {
   const Extent block_extent = block.Measure();
-  const uint64_t additions = PlainAdditionsPayload();
+  const uint64_t additions =
+      PlainAdditionsPayload(block_additions.block_more.block_add_id.FullSize());
   Extent extent =
-      Standard(block_duration.Size(true) + reference_priority.Size(true) +
-               reference_block.Size(true) + reference_virtual.Size(true) + block_extent.total() +
+      Standard(block_duration.FullSize() + reference_priority.FullSize() +
+               reference_block.FullSize() + reference_virtual.FullSize() + block_extent.total() +
                block_additions.HeaderSize(additions) + additions);
   extent.codable = extent.codable && block_extent.codable;
   return extent;
@@ -104,8 +100,9 @@ int32_t BlockGroup::EmitPlanned(kx::IStream& stream, const Extent& extent, SizeP
 
   std::array<uint8_t, 2 * kMaxHeaderBytes + kMaxScalarBytes> tail{};
   const BlockMore& more = block_additions.block_more;
-  size_t t = block_additions.EncodeHeader(PlainAdditionsPayload(), tail.data());
-  t += more.EncodeHeader(PlainMorePayload(), tail.data() + t);
+  const uint64_t more_payload = more.block_add_id.FullSize();
+  size_t t = block_additions.EncodeHeader(PlainAdditionsPayload(more_payload), tail.data());
+  t += more.EncodeHeader(more_payload, tail.data() + t);
   t += more.block_add_id.Encode(tail.data() + t);
 
   ChunkWriter writer(stream);

@@ -62,9 +62,8 @@ class BlockGroup : public Master {
   // other group takes the walk.
   [[nodiscard]] bool IsPlain() const;
   [[nodiscard]] Extent PlainExtent() const;
-  // Payload sizes of BlockMore and BlockAdditions without additional data.
-  [[nodiscard]] uint64_t PlainMorePayload() const;
-  [[nodiscard]] uint64_t PlainAdditionsPayload() const;
+  // Payload of BlockAdditions around a BlockMore of `more_payload` bytes.
+  [[nodiscard]] uint64_t PlainAdditionsPayload(uint64_t more_payload) const;
 };
 
 }  // namespace MatroskaWriter

@@ -52,38 +52,10 @@ int32_t CID::WritePlanned(kx::IStream& stream, SizePlan& plan) const {
   return result;
 }
 
-uint64_t CID::HeaderSize(uint64_t payload_size) const {
-  const int width = payload_size > kMaxKnownSize ? 8 : CLength::Width(payload_size);
-  return static_cast<uint64_t>(IdWidth(id_)) + static_cast<uint64_t>(width);
-}
-
 Extent CID::Measure() const {
   Extent extent;
   extent.payload = static_cast<uint64_t>(IdWidth(id_));
   return extent;
-}
-
-int CID::IdWidth(uint32_t id) {
-  int n = 0;
-  while (id != 0) {
-    ++n;
-    id >>= 8;
-  }
-  return n;
-}
-
-size_t CID::EncodeId(uint32_t id, uint8_t* out) {
-  const int n = IdWidth(id);
-  for (int i = n - 1; i >= 0; --i) {
-    out[i] = static_cast<uint8_t>(id);
-    id >>= 8;
-  }
-  if (n != 0) {
-    // Force the length marker of an n-byte ID; a well-formed ID already has it.
-    const auto marker = static_cast<uint8_t>(0x80U >> (n - 1));
-    out[0] = static_cast<uint8_t>((out[0] & ((marker << 1U) - 1U)) | marker);
-  }
-  return static_cast<size_t>(n);
 }
 
 int32_t CID::Emit(kx::IStream& stream, const Extent& /*extent*/) const {
@@ -94,19 +66,6 @@ int32_t CID::Emit(kx::IStream& stream, const Extent& /*extent*/) const {
 
 int32_t CID::EmitPlanned(kx::IStream& stream, const Extent& extent, SizePlan& /*plan*/) const {
   return Emit(stream, extent);
-}
-
-Extent CID::Standard(uint64_t payload) const {
-  Extent extent;
-  extent.header = HeaderSize(payload);
-  extent.payload = payload;
-  extent.codable = payload <= kMaxKnownSize;
-  return extent;
-}
-
-size_t CID::EncodeHeader(uint64_t payload, uint8_t* out) const {
-  const size_t id_bytes = EncodeId(id_, out);
-  return id_bytes + CLength::Encode(payload, CLength::Width(payload), out + id_bytes);
 }
 
 int32_t CID::WriteHeader(kx::IStream& stream, uint64_t payload) const {

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "src/ebml/vint.h"
 #include "src/io/istream.h"
 
 namespace MatroskaWriter {
@@ -67,7 +68,10 @@ class CID {
 
   // ID bytes plus the width of the size field for `payload_size`. A size with
   // no coding is counted with an 8-byte field (Write refuses it anyway).
-  [[nodiscard]] uint64_t HeaderSize(uint64_t payload_size) const;
+  [[nodiscard]] uint64_t HeaderSize(uint64_t payload_size) const {
+    const int width = payload_size > kMaxKnownSize ? 8 : vint::Width(payload_size);
+    return static_cast<uint64_t>(IdWidth(id_)) + static_cast<uint64_t>(width);
+  }
 
   // The element's layout. A bare CID is just its ID bytes (the payload of a
   // SeekID), with no size field.
@@ -82,13 +86,30 @@ class CID {
 
   // Codes ID and minimal size field for `payload` into `out` (at least
   // kMaxHeaderBytes); returns the number of bytes.
-  size_t EncodeHeader(uint64_t payload, uint8_t* out) const;
+  size_t EncodeHeader(uint64_t payload, uint8_t* out) const {
+    const size_t id_bytes = EncodeId(id_, out);
+    return id_bytes + vint::Encode(payload, vint::Width(payload), out + id_bytes);
+  }
 
   // Bytes of an ID: up to and including its highest non-zero byte (0 for 0).
-  static int IdWidth(uint32_t id);
+  static int IdWidth(uint32_t id) {
+    return id > 0xFFFFFFU ? 4 : id > 0xFFFFU ? 3 : id > 0xFFU ? 2 : id != 0 ? 1 : 0;
+  }
   // Codes `id` into `out` (at least 4 bytes) with the length marker of its
   // width forced into the first byte; returns the number of bytes.
-  static size_t EncodeId(uint32_t id, uint8_t* out);
+  static size_t EncodeId(uint32_t id, uint8_t* out) {
+    const int n = IdWidth(id);
+    for (int i = n - 1; i >= 0; --i) {
+      out[i] = static_cast<uint8_t>(id);
+      id >>= 8;
+    }
+    if (n != 0) {
+      // Force the length marker of an n-byte ID; a well-formed ID has it.
+      const auto marker = static_cast<uint8_t>(0x80U >> (n - 1));
+      out[0] = static_cast<uint8_t>((out[0] & ((marker << 1U) - 1U)) | marker);
+    }
+    return static_cast<size_t>(n);
+  }
 
  protected:
   // Writes the element as measured. Called only by Write, only for an element
@@ -99,7 +120,13 @@ class CID {
   virtual int32_t EmitPlanned(kx::IStream& stream, const Extent& extent, SizePlan& plan) const;
 
   // The usual layout: ID, minimal size field, `payload` bytes.
-  [[nodiscard]] Extent Standard(uint64_t payload) const;
+  [[nodiscard]] Extent Standard(uint64_t payload) const {
+    Extent extent;
+    extent.header = HeaderSize(payload);
+    extent.payload = payload;
+    extent.codable = payload <= kMaxKnownSize;
+    return extent;
+  }
   int32_t WriteHeader(kx::IStream& stream, uint64_t payload) const;
   // Writes ID, size field and `size` bytes of `data` as the payload, small
   // payloads together with the header in one stream write.

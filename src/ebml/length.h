@@ -7,13 +7,14 @@
 #include <cstdint>
 
 #include "src/ebml/cid.h"
+#include "src/ebml/vint.h"
 
 namespace MatroskaWriter {
 
 class CLength : public CID {
  public:
   // The EBML value for "unknown size": all value bits of an 8-byte field set.
-  static constexpr uint64_t kUnknown = (uint64_t{1} << 56) - 1;
+  static constexpr uint64_t kUnknown = vint::kUnknown;
 
   explicit CLength(uint64_t value = 0);
 
@@ -22,16 +23,9 @@ class CLength : public CID {
   // Write refuses it with kNotCodable.
   [[nodiscard]] Extent Measure() const override;
 
-  // Smallest width from 1 to 8 whose all-ones pattern is not needed: known
-  // sizes never use the all-ones value, which means "unknown". kUnknown itself
-  // takes 8 bytes. 0 when v >= 2^56.
-  static int Width(uint64_t v);
-
-  // Codes `v` in exactly `width` bytes into `out` (at least 8 bytes) and
-  // returns `width`. Returns 0 and writes nothing when `width` is outside 1..8
-  // or smaller than Width(v), since the value would then be cut or collide
-  // with the unknown-size pattern.
-  static size_t Encode(uint64_t v, int width, uint8_t* out);
+  // The coding of src/ebml/vint.h.
+  static int Width(uint64_t v) { return vint::Width(v); }
+  static size_t Encode(uint64_t v, int width, uint8_t* out) { return vint::Encode(v, width, out); }
 
   uint64_t value;
 

@@ -33,6 +33,15 @@ class CSimpleVar : public CID {
 
   [[nodiscard]] Extent Measure() const override { return set_ ? Standard(ValueWidth()) : Extent{}; }
 
+  // Size(true) without a virtual call: 0 when unset.
+  [[nodiscard]] uint64_t FullSize() const {
+    if (!set_) {
+      return 0;
+    }
+    const size_t width = ValueWidth();
+    return HeaderSize(width) + width;
+  }
+
   // Codes the whole element (ID, size field, value) into `out`, which has
   // room for kMaxScalarBytes; nothing when the value is unset.
   size_t Encode(uint8_t* out) const {
