@@ -36,7 +36,8 @@ int64_t MatroskaFileWriter::FlushQueues() {
     return 0;
   }
   const int64_t begin = Tell();
-  if (!header_written_) {
+  const bool first = !header_written_;
+  if (first) {
     WriteHeader();
     header_written_ = true;
   }
@@ -48,6 +49,11 @@ int64_t MatroskaFileWriter::FlushQueues() {
       tracks_written_ = true;
     }
     TakeIntoCluster(*track);
+  }
+  if (first) {
+    // The file's buffer keeps small writes; the start of the file goes to
+    // disk at once, so that the file is seen to begin when samples flow.
+    file_->Flush();
   }
   return Tell() - begin;
 }
