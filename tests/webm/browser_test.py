@@ -32,6 +32,7 @@ CASES = {
     'vp9_alone': ('vp9_vorbis.webm', ['--no-audio'], 'v'),
     'vorbis_alone': ('vorbis.ogg', [], 'a'),
     'opus_alone': ('opus.opus', ['--any-codec'], 'a'),  # CodecPrivate holds the OpusHead
+    'multi_vp9_two_vorbis': ('vp9_two_vorbis.webm', ['--multi'], 'v,a'),  # the second table
 }
 TIMEOUT = 120  # seconds for the whole page; each stage has 20 s of its own
 CHROMIUM_FLAGS = ('--headless --remote-debugging-pipe --mute-audio --disable-gpu '
