@@ -27,7 +27,8 @@ class SingleStreamMuxer : public MatroskaFileWriter {
   // `first` is the SPS / sequence header / HEVC parameter sets, `second` the PPS.
   virtual void SetVideoExtraData(const uint8_t* second, int32_t second_size, const uint8_t* first,
                                  int32_t first_size);
-  // Taken for "A_AAC", "A_VORBIS" and "A_OPUS" tracks; ignored otherwise.
+  // Taken for "A_AAC", "A_VORBIS" and "A_OPUS" tracks, on the WEBM row too
+  // (browsers play Opus only with its OpusHead); ignored otherwise.
   void SetAudioExtraData(const uint8_t* data, int32_t size);
 
  protected:
