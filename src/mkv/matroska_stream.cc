@@ -41,6 +41,7 @@ MatroskaStream::MatroskaStream(bool use_simple_block, bool has_additions)
 MatroskaStream::~MatroskaStream() = default;
 
 void MatroskaStream::BeginSetup(uint64_t track_number, uint64_t track_type) {
+  codec_private_settled_ = false;
   last_start_ = -1;
   last_end_ = -1;
   written_time_ = 0;
@@ -101,7 +102,7 @@ int32_t MatroskaStream::AddFrame(const uint8_t* data, int32_t size, int64_t star
   }
   last_start_ = start;
   last_end_ = end;
-  if (entry_->codec_private.empty()) {
+  if (!codec_private_settled_ && entry_->codec_private.empty()) {
     ReserveCodecPrivate(data, size);
   }
   return size;
@@ -150,6 +151,7 @@ void MatroskaStream::ReserveCodecPrivate(const uint8_t* data, int32_t size) {
   switch (track_type()) {
     case kVideoTrackType:
       if (codec_id == "V_MPEG1" || codec_id == "V_MPEG2") {
+        // Every frame is searched until one holds a sequence header.
         if (auto header = FindMpegSequenceHeader(data, static_cast<size_t>(size))) {
           entry_->codec_private.Assign(data + header->offset, header->length);
         }
@@ -182,6 +184,7 @@ void MatroskaStream::ReserveCodecPrivate(const uint8_t* data, int32_t size) {
   if (reservation != 0) {
     entry_->codec_private.Resize(reservation);
   }
+  codec_private_settled_ = true;  // the same CodecID decides the same way again
 }
 
 }  // namespace kx

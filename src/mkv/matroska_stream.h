@@ -66,6 +66,9 @@ class MatroskaStream {
   std::unique_ptr<MatroskaWriter::TrackEntry> entry_;
   int64_t last_start_ = -1;
   int64_t last_end_ = -1;
+  // The first frame decided the reservation for good (every CodecID but
+  // MPEG-1/2 video, whose sequence header is looked for in each frame).
+  bool codec_private_settled_ = false;
   // Blocks and frame buffers of written Clusters, ready for reuse.
   std::vector<std::unique_ptr<MatroskaWriter::BlockGroup>> spare_groups_;
   std::vector<std::unique_ptr<MatroskaWriter::SimpleBlock>> spare_simple_;
