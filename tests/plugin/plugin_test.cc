@@ -9,7 +9,6 @@
 #include <typeinfo>
 #include <vector>
 
-#include "host/yr_log.h"
 #include "src/mkv/hevc_mkv_muxer.h"
 #include "src/plugin/multi_stream_entry.h"
 #include "src/plugin/single_stream_entry.h"
@@ -158,23 +157,6 @@ TEST(SingleStreamEntry, HevcFourCCsGetTheHevcMuxer) {
         << fourcc;
     CloseMediaFile(handle);
   }
-}
-
-// Host log records: UTF-16 arguments become UTF-8 (a lone surrogate U+FFFD),
-// one line feed ends each.
-TEST(HostLog, FormatsAsTheModuleWritesThem) {
-  const LogCapture log;
-  const std::u16string lone = {u'a', 0xD83D, u'b'};
-  HostLogFormat(u"%ls", lone.c_str());
-  HostLogFormat(u"kx_%ls: [%s] %d|%c%c|%0.6f|100%%", u"mkv", u"t\u00ebst\U0001F600",
-                -2147483647 - 1, 'W', 0xE9, 29.97002997002997);
-  HostLogFormat(u"own line end\n");
-  HostLogText(u"100% %d \u00e9");
-  EXPECT_EQ(log.Text(),
-            "a\xEF\xBF\xBD"
-            "b\n"
-            "kx_mkv: [t\xC3\xABst\xF0\x9F\x98\x80] -2147483648|W\xC3\xA9|29.970030|100%\n"
-            "own line end\n100% %d \xC3\xA9\n");
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <optional>
 #include <string>
-#include <system_error>
 
 #include "tests/support/temp_dir.h"
 
@@ -28,12 +27,6 @@ class LogCapture {
 
   // Everything logged so far (UTF-8, one record per line).
   std::string Text() const { return ReadFileBytes(file_); }
-  // Forgets what was logged so far.
-  void Clear() const {
-    std::error_code ignored;
-    std::filesystem::remove(file_, ignored);
-  }
-  const std::filesystem::path& path() const { return file_; }
 
  private:
   TempDir dir_;

@@ -20,10 +20,8 @@ class Collector : public webm::Callback {
 
   Status OnElementBegin(const ElementMetadata& m, webm::Action* action) override {
     file_.elements.push_back({static_cast<uint32_t>(m.id), m.position, m.header_size, m.size});
-    if (m.id == webm::Id::kBlockGroup) group_position_ = m.position;
     if (m.id == webm::Id::kSeekHead) seek_head_position_ = m.position;
     if (m.id == webm::Id::kSegment) {
-      file_.segment_position = m.position;
       file_.segment_data_position = m.position + m.header_size;
       file_.segment_size = m.size;
     }
@@ -79,9 +77,9 @@ class Collector : public webm::Callback {
     return kDone;
   }
 
-  Status OnSimpleBlockBegin(const ElementMetadata& m, const webm::SimpleBlock& block,
+  Status OnSimpleBlockBegin(const ElementMetadata& /*metadata*/, const webm::SimpleBlock& block,
                             webm::Action* action) override {
-    BlockInfo& info = BeginBlock(m.position, block, action);
+    BlockInfo& info = BeginBlock(block, action);
     info.simple = true;
     info.key = block.is_key_frame;
     return kDone;
@@ -89,7 +87,7 @@ class Collector : public webm::Callback {
 
   Status OnBlockBegin(const ElementMetadata& /*metadata*/, const webm::Block& block,
                       webm::Action* action) override {
-    BeginBlock(group_position_, block, action);
+    BeginBlock(block, action);
     return kDone;
   }
 
@@ -125,9 +123,8 @@ class Collector : public webm::Callback {
   }
 
  private:
-  BlockInfo& BeginBlock(uint64_t position, const webm::Block& block, webm::Action* action) {
+  BlockInfo& BeginBlock(const webm::Block& block, webm::Action* action) {
     BlockInfo& info = file_.blocks.emplace_back();
-    info.position = position;
     info.cluster_position = file_.cluster_positions.back();
     info.number = ++blocks_in_cluster_;
     info.cluster_timecode = file_.cluster_timecodes.back();
@@ -140,7 +137,6 @@ class Collector : public webm::Callback {
   MatroskaFile& file_;
   uint64_t seek_head_position_ = 0;
   uint64_t blocks_in_cluster_ = 0;
-  uint64_t group_position_ = 0;
 };
 
 }  // namespace

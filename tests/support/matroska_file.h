@@ -42,7 +42,6 @@ struct TrackInfo {
 };
 
 struct BlockInfo {
-  uint64_t position = 0;          // absolute, of the SimpleBlock or BlockGroup
   uint64_t cluster_position = 0;  // absolute
   uint64_t number = 0;            // 1-based within its Cluster, as CueBlockNumber counts
   uint64_t cluster_timecode = 0;
@@ -67,7 +66,6 @@ struct MatroskaFile {
   bool parsed = false;  // the parser reached the end without error
   std::string doc_type;
   uint64_t doc_type_version = 0;
-  uint64_t segment_position = 0;
   uint64_t segment_data_position = 0;
   uint64_t segment_size = 0;
   double duration = -1;
