@@ -1,12 +1,13 @@
 // Tracks, file header and codec configuration of the multi-stream muxer.
 #include "src/multi/multi_mkv_muxer.h"
 
+#include <algorithm>
 #include <initializer_list>
 #include <string>
 #include <string_view>
 
-#include "src/mkv/track_setup.h"
 #include "src/codec/fourcc.h"
+#include "src/mkv/track_setup.h"
 
 namespace kx {
 namespace {
@@ -17,12 +18,8 @@ constexpr int64_t kClusterSpanMs = 300;
 constexpr uint64_t kNoCueTrack = 0xFFFFFFFF;
 
 bool OneOf(std::string_view codec_id, std::initializer_list<std::string_view> ids) {
-  for (std::string_view id : ids) {
-    if (codec_id == id) {
-      return true;
-    }
-  }
-  return false;
+  return std::any_of(ids.begin(), ids.end(),
+                     [codec_id](std::string_view id) { return id == codec_id; });
 }
 
 }  // namespace

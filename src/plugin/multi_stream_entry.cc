@@ -4,14 +4,15 @@
 #include "src/plugin/multi_stream_entry.h"
 
 #include <array>
+#include <iterator>
 #include <memory>
 #include <string>
 
 #include "host/yr_log.h"
+#include "src/codec/fourcc.h"
 #include "src/multi/multi_muxer.h"
 #include "src/multi/stream_table.h"
 #include "src/plugin/catalogue.h"
-#include "src/codec/fourcc.h"
 #include "src/plugin/guarded.h"
 #include "src/plugin/muxer_factory.h"
 
@@ -29,10 +30,9 @@ MultiStreamHandle* Handle(void* handle) { return static_cast<MultiStreamHandle*>
 
 // A language field up to its NUL (or its end, when the host left none);
 // "und" when empty.
-template <size_t N>
-std::u16string Language(const char16_t (&text)[N]) {
+std::u16string Language(const char16_t* text, size_t size) {
   std::u16string language;
-  for (size_t i = 0; i < N && text[i] != 0; ++i) {
+  for (size_t i = 0; i < size && text[i] != 0; ++i) {
     language.push_back(text[i]);
   }
   return language.empty() ? u"und" : language;
@@ -68,12 +68,12 @@ void LogStreamInfo(uint32_t type, uint32_t programid, uint32_t in_index, uint32_
         u"kx_%ls:AddStreamInfoMultiStream::streamfourcc= [%ls], channel=%d ,samplerate "
         u"=%d ,bitrate=%d ,language=%ls \n",
         kModule, FourCCText(audio.fourcc).c_str(), audio.channels, audio.sampleRate, audio.bitRate,
-        Language(audio.language).c_str());
+        Language(audio.language, std::size(audio.language)).c_str());
   } else {
     const SubtitleParams& subtitle = params.subtitle;
     HostLogFormat(u"kx_%ls:AddStreamInfoMultiStream::streamfourcc = [%ls] , language=%ls \n",
                   kModule, FourCCText(subtitle.fourcc).c_str(),
-                  Language(subtitle.language).c_str());
+                  Language(subtitle.language, std::size(subtitle.language)).c_str());
   }
 }
 

@@ -1,5 +1,6 @@
 #include "src/plugin/muxer_factory.h"
 
+#include <array>
 #include <new>
 
 #include "src/codec/fourcc.h"
@@ -27,8 +28,8 @@ std::unique_ptr<SingleStreamMuxer> MakeSingleStreamMuxer(const MediaFileParams& 
 
 std::shared_ptr<MultiMuxer> MakeMultiStreamMuxer(uint32_t file_fourcc, uint32_t video_fourcc) {
   // The multi-stream interface's HEVC FourCCs ("W265" but not "K265").
-  constexpr uint32_t kHevc[] = {FourCC("I265"), FourCC("A265"), FourCC("E265"),
-                                FourCC("V265"), FourCC("W265"), FourCC("HEVC")};
+  constexpr std::array<uint32_t, 6> kHevc = {FourCC("I265"), FourCC("A265"), FourCC("E265"),
+                                             FourCC("V265"), FourCC("W265"), FourCC("HEVC")};
   try {
     if (file_fourcc == FourCC("WEBM")) {
       return std::make_shared<MultiMKVMuxer>(true);

@@ -140,10 +140,7 @@ bool Remuxer::ChooseTracks(std::string* error) {
       return false;
     }
   }
-  if (audio_index >= 0 && !request_.no_audio && !AddTrack(context->streams[audio_index], error)) {
-    return false;
-  }
-  return true;
+  return audio_index < 0 || request_.no_audio || AddTrack(context->streams[audio_index], error);
 }
 
 // Every video, audio and text subtitle stream, in the input's order. Streams

@@ -1,6 +1,7 @@
 // The host records kxmux fills from the input's streams.
 #include <algorithm>
 #include <climits>
+#include <iterator>
 #include <memory>
 
 extern "C" {
@@ -14,12 +15,12 @@ extern "C" {
 namespace kxmux {
 namespace {
 
-// The stream's language tag into a fixed UTF-16 field, always NUL-ended.
-template <size_t N>
-void CopyLanguage(const AVStream* stream, char16_t (&field)[N]) {
+// The stream's language tag into a fixed UTF-16 field of `size` units,
+// always NUL-ended.
+void CopyLanguage(const AVStream* stream, char16_t* field, size_t size) {
   if (const AVDictionaryEntry* language = av_dict_get(stream->metadata, "language", nullptr, 0)) {
     const std::u16string text = kx::platform::Utf8ToUtf16(language->value);
-    std::copy_n(text.begin(), std::min(text.size(), N - 1), field);
+    std::copy_n(text.begin(), std::min(text.size(), size - 1), field);
   }
 }
 
@@ -77,11 +78,11 @@ std::unique_ptr<MediaFileParams> MakeParams(uint32_t container, AVFormatContext*
     } else {
       a.bitsPerSample = par.bits_per_raw_sample > 0 ? par.bits_per_raw_sample : 16;
     }
-    CopyLanguage(audio->stream, a.language);
+    CopyLanguage(audio->stream, a.language, std::size(a.language));
   }
   if (subtitle != nullptr) {
     params->subtitle.fourcc = subtitle->fourcc;
-    CopyLanguage(subtitle->stream, params->subtitle.language);
+    CopyLanguage(subtitle->stream, params->subtitle.language, std::size(params->subtitle.language));
   }
   return params;
 }
