@@ -32,18 +32,14 @@ VUI_PARTS = [('SPS', n, v) for n, v in (
     ('default_display_window_flag', 1), ('vui_hrd_parameters_present_flag', 1))]
 SECTIONS = {'Video Parameter Set': 'VPS', 'Sequence Parameter Set': 'SPS',
             'Picture Parameter Set': 'PPS'}
-# The record's header: (field, first bit, bits).
-FIELDS = [('configurationVersion', 0, 8), ('general_profile_space', 8, 2),
-          ('general_tier_flag', 10, 1), ('general_profile_idc', 11, 5),
-          ('general_profile_compatibility_flags', 16, 32),
-          ('general_constraint_indicator_flags', 48, 48), ('general_level_idc', 96, 8),
-          ('reserved4', 104, 4), ('min_spatial_segmentation_idc', 108, 12),
-          ('reserved6', 120, 6), ('parallelismType', 126, 2), ('reserved6', 128, 6),
-          ('chromaFormat', 134, 2), ('reserved5', 136, 5), ('bitDepthLumaMinus8', 141, 3),
-          ('reserved5', 144, 5), ('bitDepthChromaMinus8', 149, 3), ('avgFrameRate', 152, 16),
-          ('constantFrameRate', 168, 2), ('numTemporalLayers', 170, 3),
-          ('temporalIdNested', 173, 1), ('lengthSizeMinusOne', 174, 2), ('numOfArrays', 176, 8)]
-
+# The record's header, field by field with its width in bits.
+FIELDS = [(f, int(n)) for f, n in (item.split(':') for item in (
+    'configurationVersion:8 general_profile_space:2 general_tier_flag:1 general_profile_idc:5 '
+    'general_profile_compatibility_flags:32 general_constraint_indicator_flags:48 '
+    'general_level_idc:8 reserved4:4 min_spatial_segmentation_idc:12 reserved6:6 '
+    'parallelismType:2 reserved6:6 chromaFormat:2 reserved5:5 bitDepthLumaMinus8:3 reserved5:5 '
+    'bitDepthChromaMinus8:3 avgFrameRate:16 constantFrameRate:2 numTemporalLayers:3 '
+    'temporalIdNested:1 lengthSizeMinusOne:2 numOfArrays:8').split())]
 
 def trace(path):
     """{kind: [(bit offset, name, bits, value)]} of the parameter sets in the
@@ -150,9 +146,11 @@ def check_record(requires, restriction):
             'temporalIdNested': get(sets, 'SPS', 'sps_temporal_id_nesting_flag')}
         private = next(bytes.fromhex(t['properties']['codec_private_data']) for t in c.json.loads(
             c.run(['mkvmerge', '-J', out]).stdout)['tracks'] if t['type'] == 'video')
-        bits = ''.join(f'{b:08b}' for b in private[:23])
-        wrong = [f'{name} {int(bits[at:at + n], 2)} (stream: {want[name]})'
-                 for name, at, n in FIELDS if int(bits[at:at + n] or '0', 2) != want[name]]
+        bits, wrong = ''.join(f'{b:08b}' for b in private[:23]).ljust(184, '0'), []
+        for name, n in FIELDS:
+            if int(bits[:n], 2) != want[name]:
+                wrong.append(f'{name} {int(bits[:n], 2)} (stream: {want[name]})')
+            bits = bits[n:]
         units, end = arrays(private) if len(private) >= 23 else ([], 0)
         if units != [u for u in arrays(c.extradata(inp, 'v:0'))[0] if u[0] in (32, 33, 34)]:
             wrong.append('the arrays do not hold exactly the stream\'s VPS, SPS and PPS')

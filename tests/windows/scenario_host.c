@@ -236,19 +236,14 @@ static void Run(const FileFormat* single, const FileMultiStreamFormat* multi, co
   fprintf(report, " accepted=%lld\n", (long long)accepted);
 }
 
-/* One line per catalogue row: the texts, the codec lists and which entry
- * points the row offers. */
-static void Row(FILE* report, uint32_t fourcc, const char16_t* texts, const CodecList* lists[2],
-                uint64_t flag, const int functions[7]) {
-  fprintf(report, "%.4s", (const char*)&fourcc);
-  for (int i = 0; i < 202; ++i) fputc(texts[i] >= 0x20 && texts[i] < 0x7F ? texts[i] : '.', report);
+/* A catalogue row as bytes: FourCC and texts, both codec lists, the flag. */
+static void Row(FILE* report, const void* row, const CodecList* lists[2], uint64_t flag) {
+  fwrite(row, 408, 1, report);
   for (int k = 0; k < 2; ++k) {
-    fputs(k ? " video" : " audio", report);
-    for (const CodecList* c = lists[k]; c && *c; ++c) fprintf(report, " %.4s", (const char*)c);
+    for (const CodecList* c = lists[k]; c && *c; ++c) fwrite(c, sizeof *c, 1, report);
+    fputc('|', report);
   }
-  fprintf(report, " flag=%llu functions=", (unsigned long long)flag);
-  for (int i = 0; i < 7; ++i) fputc('0' + functions[i], report);
-  fputc('\n', report);
+  fwrite(&flag, sizeof flag, 1, report);
 }
 
 int main(int argc, char** argv) {
@@ -265,7 +260,7 @@ int main(int argc, char** argv) {
   void* get_single = module ? dlsym(module, "GetFileFormats") : NULL;
   void* get_multi = module ? dlsym(module, "GetFileMultiStreamFormats") : NULL;
 #endif
-  FILE* report = fopen(argv[3], "w");
+  FILE* report = fopen(argv[3], "wb");
   if (get_single == NULL || get_multi == NULL || report == NULL) {
     fprintf(stderr, "cannot load %s or write %s\n", argv[1], argv[3]);
     return 1;
@@ -278,23 +273,10 @@ int main(int argc, char** argv) {
   const FileFormat* single = single_table();
   const FileMultiStreamFormat* multi = multi_table();
   for (const FileFormat* f = single; f->fourcc; ++f) {
-    const CodecList* lists[2] = {f->audioCodecs, f->videoCodecs};
-    const int functions[] = {!!f->CreateMediaFile,      !!f->WriteAudioData,
-                             !!f->WriteVideoData,       !!f->CloseMediaFile,
-                             !!f->WriteAudioExtraData,  !!f->WriteVideoExtraData,
-                             !!f->SetDisplayAspectRatio};
-    Row(report, f->fourcc, f->extension, lists, f->flag, functions);
+    Row(report, f, (const CodecList*[]){f->audioCodecs, f->videoCodecs}, f->flag);
   }
   for (const FileMultiStreamFormat* f = multi; f->fourcc; ++f) {
-    const CodecList* lists[2] = {f->audioCodecs, f->videoCodecs};
-    const int functions[] = {!!f->reserved,
-                             !!f->CreateMediaFileMultiStream,
-                             !!f->AddStreamInfoMultiStream,
-                             !!f->InitMediaFileMultiStream,
-                             !!f->WriteSampleMultiStream,
-                             !!f->CloseMediaFileMultiStream,
-                             !!f->WriteExtraDataMultiStream};
-    Row(report, f->fourcc, f->extension, lists, f->flag, functions);
+    Row(report, f, (const CodecList*[]){f->audioCodecs, f->videoCodecs}, f->flag);
   }
   for (size_t i = 0; i < sizeof kScenarios / sizeof kScenarios[0]; ++i) {
     fprintf(report, "scenario %u:", (unsigned)i);

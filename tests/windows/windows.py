@@ -88,23 +88,18 @@ def winpath(path):
 
 
 def masked(path):
-    """A file's bytes with the DateUTC value (8 bytes after the first
-    44 61 88 header) zeroed."""
-    with open(path, 'rb') as f:
-        data = bytearray(f.read())
-    at = data.find(b'\x44\x61\x88')
-    if at >= 0:
-        data[at + 3:at + 11] = bytes(len(data[at + 3:at + 11]))
-    return bytes(data)
+    """A file's bytes with the DateUTC value (after the first 44 61 88) zeroed."""
+    data = open(path, 'rb').read()
+    at = data.find(b'\x44\x61\x88') + 3
+    return data[:at] + bytes(len(data[at:at + 8])) + data[at + 8:] if at > 2 else data
 
 
 def scenarios(prefix, win_bin, work, linux_host, module_so):
     shutil.rmtree(work, ignore_errors=True)
-    runs = {}
+    runs = []
     for side in ('linux', 'wine'):
-        out = os.path.join(work, side) + '/'
+        out, log, report = (os.path.join(work, side + suffix) for suffix in ('/', '.log', '.report'))
         os.makedirs(out)
-        log, report = os.path.join(work, side + '.log'), os.path.join(work, side + '.report')
         if side == 'linux':
             status = subprocess.run([linux_host, module_so, out, report],
                                     env=dict(os.environ, YR_LOG_FILE=log)).returncode
@@ -114,21 +109,20 @@ def scenarios(prefix, win_bin, work, linux_host, module_so):
                           winpath(report), log=winpath(log))
         if status != 0:
             fail(f'the {side} scenario host exited with {status}')
-        with open(report) as f, open(log, errors='replace') as g:
-            text = g.read().replace(winpath(out), '<out>/').replace(out, '<out>/')
-            files = {os.path.relpath(os.path.join(d, n), out): masked(os.path.join(d, n))
-                     for d, _, names in os.walk(out) for n in names}
-            runs[side] = (f.read(), text.replace('\\', '/'), files)
-    (report, log, files), (wine_report, wine_log, wine_files) = runs['linux'], runs['wine']
-    if report != wine_report:
-        fail(f'the reports differ:\n{report}\n--- wine:\n{wine_report}')
-    if log != wine_log:
-        fail(f'the logs differ:\n{log}\n--- wine:\n{wine_log}')
-    taken = len(re.findall(r'handle=1|init=1', report))
-    if len(files) != taken or sorted(files) != sorted(wine_files):
-        fail(f'{taken} files taken by the module; Linux wrote {sorted(files)}, '
-             f'wine {sorted(wine_files)}')
-    different = [name for name in files if files[name] != wine_files[name]]
+        text = open(log, errors='replace').read().replace(winpath(out), '<out>/')
+        runs.append((open(report, 'rb').read(), text.replace(out, '<out>/').replace('\\', '/'),
+                     {os.path.relpath(os.path.join(d, n), out): masked(os.path.join(d, n))
+                      for d, _, names in os.walk(out) for n in names}))
+    (report, log, files), wine_run = runs
+    for what, linux, windows in zip(('reports', 'logs'), runs[0], wine_run):
+        if linux != windows:
+            fail(f'the {what} differ:\n{linux}\n--- wine:\n{windows}')
+    # Every file the module took (a handle, or a successful init) exists,
+    # and there are some.
+    taken = report.count(b'handle=1') + report.count(b'init=1')
+    if not files or len(files) != taken or sorted(files) != sorted(wine_run[2]):
+        fail(f'{taken} files taken; Linux wrote {sorted(files)}, wine {sorted(wine_run[2])}')
+    different = [name for name in files if files[name] != wine_run[2][name]]
     if different:
         fail(f'files differ apart from DateUTC: {different}')
     print(f'ok: {len(files)} files, the report and {log.count(chr(10))} log lines equal')
@@ -136,9 +130,6 @@ def scenarios(prefix, win_bin, work, linux_host, module_so):
 
 if __name__ == '__main__':
     command, args = sys.argv[1], sys.argv[2:]
-    if command in ('symbols', 'tables'):
-        globals()[command](*args)
-    elif command == 'wine':
+    if command == 'wine':
         sys.exit(wine(*args))
-    else:
-        scenarios(*args)
+    globals()[command](*args)
