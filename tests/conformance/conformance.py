@@ -544,10 +544,11 @@ CLI_CASES = [CliCase(name, args.split(), *rest) for name, args, *rest in [
     ('cli_webm_lists_no_h264', '{in:h264_aac.mp4} {out}.webm', 1, '--any-codec'),
     ('cli_fourcc_misfit', '--video-fourcc HEVC {in:h264_aac.mp4} {out}.mkv', 1, 'does not fit'),
     ('cli_module_refuses', '--log {dir}/log {in:h264_aac.mp4} {dir}/refused.mkv', 1, 'refused',
-     'Create media file'),
+     'kx_mkv.dll: Create media file[{dir}/refused.mkv.part] failed\n'),
     ('cli_module_missing', '--module {dir}/none.so {in:h264_aac.mp4} {out}.mkv', 1,
      'cannot load'),
-    ('cli_log', '-q --log {dir}/log {in:aac.m4a} {out}.mka', 0, '', 'Return file formats'),
+    ('cli_log', '-q --log {dir}/log {in:aac.m4a} {out}.mka', 0, '',
+     'kx_mkv.dll: Return file formats...\nkx_mkv: GetFileMultiStreamFormats... \n'),
     ('cli_sample', '', 0, '', None, (AVC, 'A_AAC', 'cue point', 'cluster', 'duration'))]]
 
 
@@ -573,8 +574,9 @@ def run_cli_case(kxmux, work, case):
         raise Failure(f'{left} exist after a failed run')
     if not os.path.isdir(os.path.join(folder, 'refused.mkv.part')):
         raise Failure('kxmux removed a folder it did not create')
-    if case.log and case.log not in open(os.path.join(folder, 'log'), errors='replace').read():
-        raise Failure(f'the module log lacks "{case.log}"')
+    log = case.log and case.log.replace('{dir}', folder)
+    if log and log not in open(os.path.join(folder, 'log'), errors='replace').read():
+        raise Failure(f'the module log lacks {log!r}')
     if any(t not in text for t in case.stdout):
         raise Failure(f'stdout lacks one of {case.stdout}: {text}')
     if case.status == 0:
