@@ -162,7 +162,8 @@ INSTANTIATE_TEST_SUITE_P(
     Cases, TrackLayoutTest,
     ::testing::Values(
         LayoutCase{"AudioBeforeVideo", {{3, 4, "AAC "}, {2, 7, "I264"}}, {5, 8}, 8},
-        LayoutCase{"NotRenumbered", {{3, 0, "AC3 "}, {3, 5, "MP3 "}, {3, 2, "AAC "}}, {1, 6, 3}, 1},
+        LayoutCase{
+            "NotRenumbered", {{3, 0, "AC3 "}, {3, 300, "MP3 "}, {3, 2, "AAC "}}, {1, 301, 3}, 1},
         LayoutCase{"SubtitleAfterAudio", {{5, 0, "SRT "}, {3, 3, "AC3 "}}, {1, 4}, 4},
         LayoutCase{"SubtitleOnly", {{5, 9, "ASS "}, {4, 2, "SRT "}, {5, 1, "XXXX"}}, {10}, 10},
         LayoutCase{"NoTextTrackInWebm", {{5, 0, "SRT "}, {3, 3, "VBIS"}}, {4}, 4, "WEBM"}),
