@@ -1,6 +1,7 @@
 #include "src/ebml/block_group.h"
 
 #include <array>
+#include <cstring>
 
 #include "src/ebml/chunk_writer.h"
 #include "src/ebml/element_ids.h"
@@ -90,28 +91,38 @@ int32_t BlockGroup::EmitPlanned(kx::IStream& stream, const Extent& extent, SizeP
   if (!IsPlain()) {
     return Master::EmitPlanned(stream, extent, plan);
   }
-  std::array<uint8_t, kMaxHeaderBytes + 4 * kMaxScalarBytes + CBlock::kMaxHeadBytes> head{};
-  size_t n = EncodeHeader(extent.payload, head.data());
-  n += block_duration.Encode(head.data() + n);
-  n += reference_priority.Encode(head.data() + n);
-  n += reference_block.Encode(head.data() + n);
-  n += reference_virtual.Encode(head.data() + n);
-  n += block.EncodeHead(block.Measure().payload, head.data() + n);
+  // Head, frame and tail are laid out in one buffer and written at once when
+  // the frame is small; a large frame goes to the stream on its own.
+  constexpr size_t kHeadRoom = kMaxHeaderBytes + 4 * kMaxScalarBytes + CBlock::kMaxHeadBytes;
+  constexpr size_t kTailRoom = 2 * kMaxHeaderBytes + kMaxScalarBytes;
+  constexpr size_t kSmallFrame = 256;
+  std::array<uint8_t, kHeadRoom + kSmallFrame + kTailRoom> out;  // only written bytes are used
+  size_t n = EncodeHeader(extent.payload, out.data());
+  n += block_duration.Encode(out.data() + n);
+  n += reference_priority.Encode(out.data() + n);
+  n += reference_block.Encode(out.data() + n);
+  n += reference_virtual.Encode(out.data() + n);
+  n += block.EncodeHead(block.Measure().payload, out.data() + n);
 
-  std::array<uint8_t, 2 * kMaxHeaderBytes + kMaxScalarBytes> tail{};
+  const uint8_t* frame = block.frames.empty() ? nullptr : block.frames.front().data();
+  const size_t frame_size = block.frames.empty() ? 0 : block.frames.front().size();
+  const bool small = frame_size <= kSmallFrame;
+  if (small) {
+    if (frame_size != 0) {
+      std::memcpy(out.data() + n, frame, frame_size);
+    }
+    n += frame_size;
+  } else {
+    stream.Write(out.data(), static_cast<uint32_t>(n));
+    ChunkWriter::WriteAll(stream, frame, frame_size);
+    n = 0;
+  }
   const BlockMore& more = block_additions.block_more;
   const uint64_t more_payload = more.block_add_id.FullSize();
-  size_t t = block_additions.EncodeHeader(PlainAdditionsPayload(more_payload), tail.data());
-  t += more.EncodeHeader(more_payload, tail.data() + t);
-  t += more.block_add_id.Encode(tail.data() + t);
-
-  ChunkWriter writer(stream);
-  writer.Put(head.data(), n);
-  if (!block.frames.empty()) {
-    writer.Put(block.frames.front().data(), block.frames.front().size());
-  }
-  writer.Put(tail.data(), t);
-  writer.Flush();
+  n += block_additions.EncodeHeader(PlainAdditionsPayload(more_payload), out.data() + n);
+  n += more.EncodeHeader(more_payload, out.data() + n);
+  n += more.block_add_id.Encode(out.data() + n);
+  stream.Write(out.data(), static_cast<uint32_t>(n));
   return kx::kOk;
 }
 
