@@ -4,11 +4,15 @@
 // run and each result is the median of the runs.
 //
 //   kx_bench [--runs N] [--tiny] [--out-dir DIR] [--workload w1|w2] [--writer TEXT]
+//            [--baseline LIBKX_MKV.so]
 //
 // --out-dir keeps the files of the last run there, with hashes.txt (FNV-1a
 // of each file): the module's outputs must not change while it is tuned.
 // The DateUTC clock is pinned so that the module's files are reproducible.
 // --writer keeps only the writers whose name contains TEXT (for profiling).
+// --baseline adds the two tables of another build of the module, loaded with
+// dlopen, so that a change is measured against its base in the same run.
+#include <dlfcn.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -44,8 +48,8 @@ constexpr const char* kRawName = "raw fwrite";
 constexpr const char* kFfmpegName = "ffmpeg";
 
 // The rows of the table.
-std::vector<Writer> Writers() {
-  return {
+std::vector<Writer> Writers(const std::string& baseline) {
+  std::vector<Writer> writers = {
       {"kx_mkv single-stream", "mkv", WriteSingleStream},
       {"kx_mkv multi-stream", "multi.mkv", WriteMultiStream},
       {kFfmpegName, "ffmpeg.mkv",
@@ -54,6 +58,25 @@ std::vector<Writer> Writers() {
        [](const auto& w, const auto& p) { return WriteFfmpeg(w, p, false); }},
       {kRawName, "raw", WriteRaw},
   };
+  if (baseline.empty()) {
+    return writers;
+  }
+  void* library = dlopen(baseline.c_str(), RTLD_NOW | RTLD_LOCAL);
+  const auto single = reinterpret_cast<const FileFormat* (*)()>(
+      library != nullptr ? dlsym(library, "GetFileFormats") : nullptr);
+  const auto multi = reinterpret_cast<const FileMultiStreamFormat* (*)()>(
+      library != nullptr ? dlsym(library, "GetFileMultiStreamFormats") : nullptr);
+  if (single == nullptr || multi == nullptr) {
+    std::fprintf(stderr, "kx_bench: cannot load %s\n", baseline.c_str());
+    std::exit(2);
+  }
+  writers.insert(
+      writers.begin() + 2,
+      {{"baseline single-stream", "base.mkv",
+        [single](const auto& w, const auto& p) { return WriteSingleStreamWith(single(), w, p); }},
+       {"baseline multi-stream", "base-multi.mkv",
+        [multi](const auto& w, const auto& p) { return WriteMultiStreamWith(multi(), w, p); }}});
+  return writers;
 }
 
 struct Sample {
@@ -126,11 +149,12 @@ struct Options {
   std::string out_dir;
   std::string only;
   std::string writer;
+  std::string baseline;
 };
 
 bool Run(const Workload& workload, const Options& options, const std::string& dir,
          const std::string& tag, std::FILE* hashes) {
-  std::vector<Writer> writers = Writers();
+  std::vector<Writer> writers = Writers(options.baseline);
   const auto left_out = [&](const Writer& w) {
     return std::string(w.name).find(options.writer) == std::string::npos;
   };
@@ -214,6 +238,8 @@ int main(int argc, char** argv) {
       options.runs = 1;
     } else if (arg == "--out-dir" && i + 1 < argc) {
       options.out_dir = argv[++i];
+    } else if (arg == "--baseline" && i + 1 < argc) {
+      options.baseline = argv[++i];
     } else if (arg == "--writer" && i + 1 < argc) {
       options.writer = argv[++i];
     } else if (arg == "--workload" && i + 1 < argc) {

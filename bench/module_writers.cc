@@ -47,7 +47,15 @@ MediaSample Sample(const Frame& frame) {
 }  // namespace
 
 bool WriteSingleStream(const Workload& workload, const std::string& path) {
-  const FileFormat* row = GetFileFormats();
+  return WriteSingleStreamWith(GetFileFormats(), workload, path);
+}
+
+bool WriteMultiStream(const Workload& workload, const std::string& path) {
+  return WriteMultiStreamWith(GetFileMultiStreamFormats(), workload, path);
+}
+
+bool WriteSingleStreamWith(const FileFormat* row, const Workload& workload,
+                           const std::string& path) {
   while (row->fourcc != 0 && row->fourcc != KX_FOURCC('M', 'K', 'V', ' ')) {
     ++row;
   }
@@ -69,13 +77,9 @@ bool WriteSingleStream(const Workload& workload, const std::string& path) {
   return ok;
 }
 
-}  // namespace kx::bench
-
-namespace kx::bench {
-
-bool WriteMultiStream(const Workload& workload, const std::string& path) {
+bool WriteMultiStreamWith(const FileMultiStreamFormat* row, const Workload& workload,
+                          const std::string& path) {
   constexpr uint32_t kMkv = KX_FOURCC('M', 'K', 'V', ' ');
-  const FileMultiStreamFormat* row = GetFileMultiStreamFormats();
   while (row->fourcc != 0 && row->fourcc != kMkv) {
     ++row;
   }
