@@ -40,11 +40,13 @@ std::vector<uint8_t> BitmapInfoHeader(const VideoParams& video) {
 }
 
 std::vector<uint8_t> WaveFormatEx(const AudioParams& audio) {
-  // The runtime computed the byte rate in 32 bits; wrap the same way rather
-  // than overflow.
-  const int64_t product = static_cast<int64_t>(audio.sampleRate) * audio.bitsPerSample *
-                          static_cast<int64_t>(audio.channels);
-  const auto bytes_per_second = static_cast<int32_t>(static_cast<uint32_t>(product)) / 8;
+  // The byte rate is a signed 32-bit product. Multiplying as unsigned gives
+  // the same low 32 bits without undefined behaviour when it overflows: the
+  // same bytes for every product that fits, wrapped ones for the others.
+  const uint32_t product = static_cast<uint32_t>(audio.sampleRate) *
+                           static_cast<uint32_t>(audio.bitsPerSample) *
+                           static_cast<uint32_t>(audio.channels);
+  const auto bytes_per_second = static_cast<int32_t>(product) / 8;
   std::vector<uint8_t> out;
   out.reserve(18);
   PutLe16(out, audio.fourcc & 0xFFFF);                                // wFormatTag

@@ -2,7 +2,6 @@
 // then the in-place rewrites of the Segment size, the Info and the reserved
 // area.
 #include <algorithm>
-#include <cstdlib>
 
 #include "src/ebml/element_ids.h"
 #include "src/ebml/segment.h"
@@ -72,7 +71,8 @@ void MatroskaFileWriter::Finalize() {
   segment.Write(*this);
 
   const auto duration_ms = static_cast<int64_t>(info_.duration.Value());
-  if (std::llabs(last_written_time_ - ToTicks(duration_ms)) > kDurationTolerance) {
+  const int64_t gap = SaturatingSub(last_written_time_, ToTicks(duration_ms));
+  if (gap > kDurationTolerance || gap < -kDurationTolerance) {
     const int64_t last_start_ms = last_written_time_ / kTicksPerMillisecond;  // truncated
     info_.duration.Set(static_cast<float>(last_start_ms + 1));
   }

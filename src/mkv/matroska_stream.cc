@@ -76,14 +76,13 @@ int32_t MatroskaStream::AddFrame(const uint8_t* data, int32_t size, int64_t star
     group = TakeSpare(spare_groups_);
     block = &group->block;
     // A non-key frame (or one sharing its predecessor's time) refers back to
-    // the previous frame; the offset is rounded half away from zero.
+    // the previous frame. Starts far apart (a broken host clock) give the
+    // largest offset of their sign rather than an overflow.
     if ((key == 0 || last_start_ == start) && last_start_ >= 0) {
-      const int64_t d = last_start_ - start;
-      group->reference_block.Set(d >= 0 ? (d + 5000) / kTicksPerMillisecond
-                                        : (d - 5000) / kTicksPerMillisecond);
+      group->reference_block.Set(RoundedOffsetMilliseconds(SaturatingSub(last_start_, start)));
     }
     if (track_type() == kSubtitleTrackType) {
-      group->block_duration.Set(static_cast<uint64_t>(ToMilliseconds(end - start)));
+      group->block_duration.Set(static_cast<uint64_t>(ToMilliseconds(SaturatingSub(end, start))));
     }
     if (additions_size > 0 && additions != nullptr && has_additions_) {
       group->block_additions.block_more.block_additional.Assign(

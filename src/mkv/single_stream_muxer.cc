@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "src/mkv/sample_paths.h"
+#include "src/mkv/time_units.h"
 
 namespace kx {
 
@@ -63,7 +64,7 @@ int32_t SingleStreamMuxer::QueueVideoSample(VideoIntake& intake, const MediaSamp
 
 int32_t SingleStreamMuxer::WriteAudioSample(const MediaSample& sample,
                                             const FrameSizeTable* frames) {
-  audio_duration_sum_ += sample.duration;
+  audio_duration_sum_ = SaturatingAdd(audio_duration_sum_, sample.duration);
   if (audio_track_ == nullptr) {
     return 0;
   }

@@ -19,6 +19,22 @@ inline int64_t SaturatingAdd(int64_t a, int64_t b) {
   return sum;
 }
 
+inline int64_t SaturatingSub(int64_t a, int64_t b) {
+  int64_t difference = 0;
+  if (__builtin_sub_overflow(a, b, &difference)) {
+    return b < 0 ? std::numeric_limits<int64_t>::max() : std::numeric_limits<int64_t>::min();
+  }
+  return difference;
+}
+
+// An offset in 100-ns units as milliseconds, rounded half away from zero:
+// (d + 5000) / 10000 for d >= 0, (d - 5000) / 10000 below, for every d.
+inline int64_t RoundedOffsetMilliseconds(int64_t d) {
+  const int64_t remainder = d % kTicksPerMillisecond;
+  const int64_t half = kTicksPerMillisecond / 2;
+  return d / kTicksPerMillisecond + (remainder >= half ? 1 : remainder <= -half ? -1 : 0);
+}
+
 // (t + 5000) / 10000, truncating toward zero: 14 999 -> 1, 15 000 -> 2, -15 000 -> -1.
 inline int64_t ToMilliseconds(int64_t ticks) {
   return SaturatingAdd(ticks, kTicksPerMillisecond / 2) / kTicksPerMillisecond;
