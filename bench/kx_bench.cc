@@ -19,6 +19,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -94,10 +95,10 @@ int64_t MaxRssKib() {
 
 // Runs one write in a child process and reports its time and memory.
 Sample Measure(const Writer& writer, const Workload& workload, const std::string& path) {
-  int pipe_ends[2];
+  std::array<int, 2> pipe_ends{};
   Sample sample;
   unlink(path.c_str());  // the last run's file is not truncated on the clock
-  if (pipe(pipe_ends) != 0) {
+  if (pipe(pipe_ends.data()) != 0) {
     return sample;
   }
   const pid_t child = fork();
@@ -124,6 +125,15 @@ Sample Measure(const Writer& writer, const Workload& workload, const std::string
     waitpid(child, &status, 0);
   }
   return sample;
+}
+
+std::string FilePath(const std::string& dir, const std::string& tag, const char* extension) {
+  std::string path = dir;
+  path += '/';
+  path += tag;
+  path += '.';
+  path += extension;
+  return path;
 }
 
 uint64_t Fnv1a(const std::string& path) {
@@ -164,7 +174,7 @@ bool Run(const Workload& workload, const Options& options, const std::string& di
   for (int run = 0; run < options.runs; ++run) {
     for (size_t k = 0; k < writers.size(); ++k) {
       const size_t i = (k + static_cast<size_t>(run)) % writers.size();  // rotate the order
-      const std::string path = dir + "/" + tag + "." + writers[i].extension;
+      const std::string path = FilePath(dir, tag, writers[i].extension);
       const Sample sample = Measure(writers[i], workload, path);
       if (sample.ok == 0) {
         std::fprintf(stderr, "kx_bench: %s failed on %s\n", writers[i].name, workload.name.c_str());
@@ -192,7 +202,7 @@ bool Run(const Workload& workload, const Options& options, const std::string& di
   };
   const double raw = median_of(kRawName);
   const double ffmpeg = median_of(kFfmpegName);
-  const double frames = static_cast<double>(workload.frames.size());
+  const auto frames = static_cast<double>(workload.frames.size());
   std::printf("\n%s: %zu frames, %.1f MB payload, %d runs\n\n", workload.name.c_str(),
               workload.frames.size(), static_cast<double>(workload.payload_bytes) / 1e6,
               options.runs);
@@ -206,7 +216,7 @@ bool Run(const Workload& workload, const Options& options, const std::string& di
     for (const Sample& s : samples[i]) {
       peaks.push_back(s.peak_growth_kib);
     }
-    const double t = static_cast<double>(median[i]);
+    const auto t = static_cast<double>(median[i]);
     std::printf(
         "| %s | %.1f | %.0f | %.0f | %.1f | %.1f | %.3f | %.3f |\n", writers[i].name, t / 1e6,
         static_cast<double>(workload.payload_bytes) / (t / 1e9) / 1e6, t / frames,
@@ -214,9 +224,9 @@ bool Run(const Workload& workload, const Options& options, const std::string& di
             frames,
         static_cast<double>(Median(peaks)) / 1024.0, t / raw, t / ffmpeg);
     if (hashes != nullptr) {
-      const std::string name = tag + "." + writers[i].extension;
-      std::fprintf(hashes, "%016llx  %s\n",
-                   static_cast<unsigned long long>(Fnv1a(dir + "/" + name)), name.c_str());
+      const std::string path = FilePath(dir, tag, writers[i].extension);
+      std::fprintf(hashes, "%016llx  %s\n", static_cast<unsigned long long>(Fnv1a(path)),
+                   path.substr(dir.size() + 1).c_str());
     }
   }
   std::fflush(stdout);

@@ -54,8 +54,9 @@ bool WriteMultiStream(const Workload& workload, const std::string& path) {
   return WriteMultiStreamWith(GetFileMultiStreamFormats(), workload, path);
 }
 
-bool WriteSingleStreamWith(const FileFormat* row, const Workload& workload,
+bool WriteSingleStreamWith(const FileFormat* formats, const Workload& workload,
                            const std::string& path) {
+  const FileFormat* row = formats;
   while (row->fourcc != 0 && row->fourcc != KX_FOURCC('M', 'K', 'V', ' ')) {
     ++row;
   }
@@ -77,8 +78,9 @@ bool WriteSingleStreamWith(const FileFormat* row, const Workload& workload,
   return ok;
 }
 
-bool WriteMultiStreamWith(const FileMultiStreamFormat* row, const Workload& workload,
+bool WriteMultiStreamWith(const FileMultiStreamFormat* formats, const Workload& workload,
                           const std::string& path) {
+  const FileMultiStreamFormat* row = formats;
   constexpr uint32_t kMkv = KX_FOURCC('M', 'K', 'V', ' ');
   while (row->fourcc != 0 && row->fourcc != kMkv) {
     ++row;

@@ -59,9 +59,7 @@ bool FileEx::Open(const char16_t* name, const char* mode) {
     return false;
   }
   std::setvbuf(file_, nullptr, _IONBF, 0);
-  if (!buffer_) {
-    buffer_ = std::make_unique<uint8_t[]>(kBufferSize);
-  }
+  buffer_.resize(kBufferSize);
   position_ = platform::TellFile(file_);
   return true;
 }
@@ -86,7 +84,7 @@ void FileEx::Drain() {
   if (buffered_ == 0) {
     return;
   }
-  const size_t written = std::fwrite(buffer_.get(), 1, buffered_, file_);
+  const size_t written = std::fwrite(buffer_.data(), 1, buffered_, file_);
   if (written != buffered_) {
     position_ = platform::TellFile(file_);  // the file ends short of the count
   }
@@ -106,7 +104,7 @@ uint32_t FileEx::Write(const void* buffer, uint32_t size) {
   if (buffered_ + size > kBufferSize) {
     Drain();
   }
-  std::memcpy(buffer_.get() + buffered_, buffer, size);
+  std::memcpy(buffer_.data() + buffered_, buffer, size);
   buffered_ += size;
   position_ += size;
   return size;

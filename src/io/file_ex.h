@@ -11,7 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <memory>
+#include <vector>
 
 namespace kx {
 
@@ -49,7 +49,7 @@ class FileEx {
 
   std::FILE* file_ = nullptr;
   bool virtual_target_ = false;
-  std::unique_ptr<uint8_t[]> buffer_;
+  std::vector<uint8_t> buffer_;  // allocated by the first Open
   size_t buffered_ = 0;
   // The file position, buffered bytes included.
   int64_t position_ = 0;

@@ -11,6 +11,7 @@
 
 // Freed blocks must be reused at once for the resident size to mean anything
 // under AddressSanitizer, whose runtime looks this function up by name.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the name the runtime looks for
 extern "C" __attribute__((visibility("default"))) const char* __asan_default_options() {
   return "quarantine_size_mb=0:thread_local_quarantine_size_kb=0";
 }
