@@ -31,8 +31,6 @@ kx_find_tools(kx_have_windows_tools x86_64-w64-mingw32-g++-posix x86_64-w64-ming
 if(NOT kx_have_windows_tools)
   return()
 endif()
-set(KX_WINDOWS_BUILD_DIR ${PROJECT_SOURCE_DIR}/build-win CACHE PATH
-  "Cross build tree (mingw-w64) that the Windows tests build, or reuse when up to date")
 set(win ${KX_WINDOWS_BUILD_DIR}/bin)
 set(prefix ${CMAKE_BINARY_DIR}/wineprefix)
 set(driver ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/windows.py)
