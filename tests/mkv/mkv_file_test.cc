@@ -33,7 +33,8 @@ class MkvFileTest : public ::testing::Test {
   MatroskaFile Make(const MediaFileParams& params, const std::function<void(TableFile&)>& feed,
                     const std::u16string& name = u"out.mkv") {
     path_ = (dir_.path() / std::string(name.begin(), name.end())).string();
-    TableFile file(Row("MKV "), dir_.WidePath(name), params);
+    const std::string container(reinterpret_cast<const char*>(&params.containerFourcc), 4);
+    TableFile file(Row(container.c_str()), dir_.WidePath(name), params);
     EXPECT_TRUE(file.ok());
     feed(file);
     file.Close();
@@ -213,31 +214,26 @@ TEST_F(MkvFileTest, LayoutWrittenAtClose) {
             std::make_tuple("webm", 1U, "Tarnwhistle Matroska Muxer", 1000000U));  // VP9: webm
   EXPECT_EQ(file.segment_size, std::filesystem::file_size(path_) - file.segment_data_position);
   // SeekHead, Void, Info, Tracks, Clusters, Cues, the Clusters' SeekHead.
-  std::vector<uint32_t> order;
-  for (const auto& e : file.top_level) {
-    if (order.empty() || order.back() != e.id || e.id != IdOf(webm::Id::kCluster))
-      order.push_back(e.id);
-  }
   using webm::Id;
-  const auto ids = [](std::initializer_list<Id> list) {
-    std::vector<uint32_t> out;
-    for (const Id id : list) out.push_back(IdOf(id));
-    return out;
-  };
-  EXPECT_EQ(order, ids({Id::kSeekHead, Id::kVoid, Id::kInfo, Id::kTracks, Id::kCluster, Id::kCues,
-                        Id::kSeekHead}));
+  std::vector<Id> order;
+  for (const auto& e : file.top_level) {
+    if (order.empty() || order.back() != Id(e.id) || Id(e.id) != Id::kCluster)
+      order.push_back(Id(e.id));
+  }
+  EXPECT_EQ(order, (std::vector<Id>{Id::kSeekHead, Id::kVoid, Id::kInfo, Id::kTracks, Id::kCluster,
+                                    Id::kCues, Id::kSeekHead}));
   const uint64_t data = file.segment_data_position;
   EXPECT_EQ(file.top_level[1].end(), file.top_level[2].position);  // Void up to Info
   EXPECT_EQ(file.top_level[2].position - data, 4099U);
-  std::vector<uint32_t> main_ids;
+  std::vector<Id> main_ids;
   std::vector<uint64_t> cluster_seeks;
   for (const SeekEntry& seek : file.seeks) {
     const Element* target = file.ElementAt(seek.position + data);
     EXPECT_TRUE(target != nullptr && target->id == seek.id) << std::hex << seek.id;
-    if (seek.seek_head_position == data) main_ids.push_back(seek.id);
+    if (seek.seek_head_position == data) main_ids.push_back(Id(seek.id));
     if (seek.id == IdOf(webm::Id::kCluster)) cluster_seeks.push_back(seek.position + data);
   }
-  EXPECT_EQ(main_ids, ids({Id::kInfo, Id::kTracks, Id::kCues, Id::kSeekHead}));
+  EXPECT_EQ(main_ids, (std::vector<Id>{Id::kInfo, Id::kTracks, Id::kCues, Id::kSeekHead}));
   EXPECT_EQ(cluster_seeks, file.cluster_positions);
   const std::string date_utc("\x44\x61\x88\x0B\x1A\x2B\xC2\xEC\x50\x00\x00", 11);
   EXPECT_NE(ReadFileBytes(path_).find(date_utc), std::string::npos);
@@ -262,11 +258,14 @@ TEST_F(MkvFileTest, EmptyFileAndAudioFrameTables) {
                         {0, {1}}, {33, {2, 2}}, {67, {3, 3, 3}}, {100, {4}}}));
 }
 
-// Two files in a row through the table: the display aspect of the first
-// does not reach the second, and the track UIDs continue the runtime's
+// Files in a row through the table: a WebM file first (the WebM muxer, its
+// own track numbers), then the display aspect set for one Matroska file
+// does not reach the next, and the track UIDs continue the runtime's
 // random sequence.
 TEST_F(MkvFileTest, NothingLeaksIntoTheNextFile) {
   platform::ResetCrtRand();
+  const MatroskaFile webm = Make(FileParams("WEBM", "VP9 ", 320, 240, 25, nullptr, 0, 0),
+                                 [](TableFile& f) { f.Video(Bytes(8, 1), 0, 400000, true); });
   AspectRatioRecord aspect{};
   aspect.numerator = 16;
   aspect.denominator = 9;
@@ -277,12 +276,14 @@ TEST_F(MkvFileTest, NothingLeaksIntoTheNextFile) {
   };
   const MatroskaFile first = Make(Vp9Ac3(), feed, u"first.mkv");
   const MatroskaFile second = Make(Vp9Ac3(), feed, u"second.mkv");
-  ASSERT_TRUE(first.parsed && second.parsed);
+  ASSERT_TRUE(webm.parsed && first.parsed && second.parsed);
   const auto& [v1, a1, v2, a2] =
       std::tie(first.tracks[0], first.tracks[1], second.tracks[0], second.tracks[1]);
+  EXPECT_EQ(std::make_tuple(webm.tracks[0].number, v1.number, v2.number),
+            std::make_tuple(1U, 2U, 2U));
   EXPECT_EQ(std::make_tuple(v1.display_width, v2.display_width), std::make_tuple(16U, 4U));
-  EXPECT_EQ(std::make_tuple(v1.uid, a1.uid, v2.uid, a2.uid),
-            std::make_tuple(41U, 18467U, 6334U, 26500U));
+  EXPECT_EQ(std::make_tuple(webm.tracks[0].uid, v1.uid, a1.uid, v2.uid, a2.uid),
+            std::make_tuple(41U, 18467U, 6334U, 26500U, 19169U));
 }
 
 }  // namespace
