@@ -519,7 +519,7 @@ def run_mux_case(kxmux, work, case):
     for name, check in {**CHECKS, **({'record': case.record} if case.record else {})}.items():
         try:
             check(out, inp, case)
-            print(f'ok {name}' + (' (the known reader issue is gone)' if name in case.known else ''))
+            print(f'ok {name}' + (' (the known issue is gone)' if name in case.known else ''))
         except Failure as e:
             known = case.known.get(name)
             print(f'{"KNOWN" if known and known in str(e) else "FAIL"} {name}: {e}')

@@ -98,7 +98,7 @@ def scenarios(prefix, win_bin, work, linux_host, module_so):
     shutil.rmtree(work, ignore_errors=True)
     runs = []
     for side in ('linux', 'wine'):
-        out, log, report = (os.path.join(work, side + suffix) for suffix in ('/', '.log', '.report'))
+        out, log, report = (os.path.join(work, side + end) for end in ('/', '.log', '.report'))
         os.makedirs(out)
         if side == 'linux':
             status = subprocess.run([linux_host, module_so, out, report],
