@@ -18,6 +18,7 @@ import os
 import re
 import sys
 
+sys.dont_write_bytecode = True  # no cache files in the source tree
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', 'conformance'))
 import conformance as c  # noqa: E402
 
