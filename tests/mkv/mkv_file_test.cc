@@ -6,8 +6,10 @@
 #include <webm/id.h>
 
 #include <array>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <limits>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -50,7 +52,7 @@ MediaFileParams Vp9Only() { return FileParams("MKV ", "VP9 ", 320, 240, 25, null
 
 // Video frames (start in 100-ns units, key) and the block each becomes:
 // Cluster Timecode, relative timecode, ReferenceBlock (kNone: none).
-constexpr int64_t kNone = 1;
+constexpr int64_t kNone = std::numeric_limits<int64_t>::min();
 struct GridCase {
   const char* name;
   std::vector<std::array<int64_t, 5>> frames;  // start, key, cluster, relative, reference
@@ -89,8 +91,11 @@ INSTANTIATE_TEST_SUITE_P(Cases, ClusterGridTest, ::testing::Values(
     GridCase{"TimesCountFromTheFirstBlock", {{1000 * kMs, 1, 0, 0, kNone},
                                              {1300 * kMs, 0, 0, 300, -300},
                                              {1301 * kMs, 0, 300, 1, -1}}},
-    GridCase{"MillisecondsRoundHalfUp", {{0, 1, 0, 0, kNone}, {14999, 0, 0, 1, -1},
-                                         {15000, 0, 0, 2, 0}, {-15000, 0, 0, -1, 3}}},
+    // Starts round half up; ReferenceBlock offsets round half away from zero
+    // and refer only to a predecessor at or after the first block.
+    GridCase{"MillisecondsRound", {{0, 1, 0, 0, kNone}, {14999, 0, 0, 1, -1}, {15000, 0, 0, 2, 0},
+                                   {-15000, 0, 0, -1, 3}, {20000, 0, 0, 2, kNone},
+                                   {25000, 0, 0, 3, -1}, {20000, 0, 0, 2, 1}}},
     GridCase{"KeyFrameAtTheSameStartRefersToIt", {{0, 1, 0, 0, kNone}, {40 * kMs, 1, 0, 40, kNone},
                                                   {40 * kMs, 1, 0, 40, 0}}}),
     [](const auto& info) { return std::string(info.param.name); });
