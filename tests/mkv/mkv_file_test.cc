@@ -257,6 +257,7 @@ TEST_F(MkvFileTest, EmptyFileAndAudioFrameTables) {
   ASSERT_TRUE(file.parsed);
   ASSERT_EQ(file.tracks.size(), 1U);
   EXPECT_EQ(file.tracks[0].number, 3U);
+  EXPECT_TRUE(file.cues.empty());  // audio blocks get no cue points
   std::vector<std::pair<int64_t, Bytes>> blocks;
   for (const BlockInfo& b : file.BlocksOfTrack(3)) blocks.emplace_back(b.time(), b.frames.at(0));
   EXPECT_EQ(blocks, (std::vector<std::pair<int64_t, Bytes>>{
