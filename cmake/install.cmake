@@ -30,7 +30,7 @@ install(TARGETS YR_Log YR_Utility
 
 install(FILES include/kx_mkv/kx_mkv.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kx_mkv COMPONENT dev)
-install(FILES README.md docs/host-guide.md docs/compatibility.md
+install(FILES README.md docs/host-guide.md docs/reliability.md docs/compatibility.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT docs)
 
 if(WIN32)

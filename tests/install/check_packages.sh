@@ -5,7 +5,7 @@
 set -euo pipefail
 source_dir=$1 work=$4
 for tool in dpkg-deb unzip x86_64-w64-mingw32-objdump; do
-  command -v "$tool" >/dev/null || { echo "$tool is missing" >&2; [ "${CI:-}" = true ] && exit 1 || exit 77; }
+  command -v "$tool" >/dev/null || { echo "no $tool" >&2; [ "${CI:-}" = true ] && exit 1 || exit 77; }
 done
 rm -rf "$work"
 KX_LINUX_BUILD_DIR=$2 KX_WINDOWS_BUILD_DIR=$3 "$source_dir/scripts/package.sh" --no-build "$work" \
@@ -17,20 +17,20 @@ expect() {  # expect WHAT ACTUAL EXPECTED...
   [ "$actual" = "$(printf '%s\n' "$@")" ] || { echo "FAIL: $what: got"$'\n'"$actual" >&2; exit 1; }
   echo "ok: $what"
 }
+docs=(share/doc/kx_mkv/{README.md,compatibility.md,host-guide.md,reliability.md})
 deb=$(echo "$work"/*.deb)
-expect "files of the .deb" "$(dpkg-deb -c "$deb" | awk '$1 !~ /^d/ {print $6}' | sort)" \
+expect "files of the .deb" "$(dpkg-deb -c "$deb" | awk '$1 !~ /^d/ {print $6}' | LC_ALL=C sort)" \
   ./usr/bin/kxmux ./usr/include/kx_mkv/kx_mkv.h ./usr/lib/cmake/kx_mkv/kx_mkv-config-version.cmake \
   ./usr/lib/cmake/kx_mkv/kx_mkv-config.cmake ./usr/lib/libYR_Log.so ./usr/lib/libYR_Utility.so \
   ./usr/lib/libkx_mkv.so ./usr/lib/libkx_mkv.so.1 ./usr/lib/libkx_mkv.so.1.0 \
-  ./usr/lib/pkgconfig/kx_mkv.pc ./usr/share/doc/kx_mkv/{README.md,compatibility.md,host-guide.md} \
-  ./usr/share/kx_mkv/{README.md,sample.mp4}
+  ./usr/lib/pkgconfig/kx_mkv.pc "${docs[@]/#/./usr/}" ./usr/share/kx_mkv/{README.md,sample.mp4}
 # Unpacked anywhere, its kxmux remuxes its sample through its module.
 dpkg-deb -x "$deb" "$work/deb"
 (cd "$work" && deb/usr/bin/kxmux --json) >"$work/deb.json"
 grep -qF "\"path\":\"$work/deb/usr/lib/libkx_mkv.so.1.0\"" "$work/deb.json"
 
 zip=$(echo "$work"/*.zip)
-expect "files of the .zip" "$(unzip -Z1 "$zip" | grep -v '/$' | sort)" \
-  bin/kx_mkv.dll include/kx_mkv/kx_mkv.h share/doc/kx_mkv/{README.md,compatibility.md,host-guide.md}
+expect "files of the .zip" "$(unzip -Z1 "$zip" | grep -v '/$' | LC_ALL=C sort)" \
+  bin/kx_mkv.dll include/kx_mkv/kx_mkv.h "${docs[@]}"
 unzip -q "$zip" bin/kx_mkv.dll -d "$work/zip"
 python3 "$source_dir/tests/windows/windows.py" tables "$work/zip/bin/kx_mkv.dll"
