@@ -3,13 +3,7 @@
 // samples, frame tables and extra data of any layout (lengths that lie
 // included) sent to any index, before and after initialisation. The file
 // goes to a virtual ".iso:" target.
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <vector>
-
 #include "fuzz/fuzz_input.h"
-#include "include/kx_mkv/kx_mkv.h"
 
 using fuzz::Code;
 using fuzz::DataOrNull;
@@ -44,11 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     record.subtitle.fourcc = kSubtitle[(choice >> 5) % 4];
     record.video.flags = choice >> 7;
     record.video.lightPacingOrAdditionsMode = in.Byte() & 1;
-    record.video.width = static_cast<int16_t>(in.Word());
-    record.video.height = static_cast<int16_t>(in.Word());
-    record.video.frameRate = in.Byte();
-    record.audio.sampleRate = in.Word();
-    record.audio.channels = in.Byte();
+    in.Formats(record);
     const uint8_t flags = in.Byte();
     record.noVideo = flags & 1;
     record.noAudio = (flags >> 1) & 1;
@@ -68,9 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   while (!in.empty()) {
     const uint8_t op = in.Byte();
     const auto index = static_cast<uint32_t>(in.Byte() % (kIndexes + 1));
-    std::vector<uint8_t> bytes = in.Bytes(in.Word() % 2048);
-    time += static_cast<int8_t>(in.Byte()) * 10000LL;
-    if ((op & 0x60) == 0x60 && time < (int64_t{1} << 60)) time += int64_t{in.Word()} << 40;
+    std::vector<uint8_t> bytes = in.Sample(op, time);
     if ((op & 3) == 3) {
       row.WriteExtraDataMultiStream(handle, index, DataOrNull(bytes),
                                     static_cast<int32_t>(bytes.size()) - (op >> 7));
@@ -80,17 +68,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     sample.start = time;
     sample.duration = static_cast<int8_t>(op) * 1000;
     const int32_t type = index < kIndexes ? type_of[index] : 0;
-    std::vector<uint32_t> table(1 + 8);
+    std::vector<uint32_t> table;
     const FrameSizeTable* frames = nullptr;
     if (type == 3) {
       sample.audioData = bytes.data();
       sample.audioSize = static_cast<int32_t>(bytes.size());
-      if ((op & 0x10) != 0) {  // up to 8 frames; the sizes may lie
-        const int32_t count = static_cast<int32_t>(in.Byte() % 9) - 1;
-        std::memcpy(table.data(), &count, 4);
-        for (int i = 1; i <= 8; ++i) table[i] = in.Byte();
-        frames = reinterpret_cast<const FrameSizeTable*>(table.data());
-      }
+      if ((op & 0x10) != 0) frames = in.Frames(table);
     } else if (type == 5) {
       sample.subtitleData = bytes.data();
       sample.subtitleSize = static_cast<int32_t>(bytes.size());

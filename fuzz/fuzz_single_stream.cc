@@ -2,13 +2,7 @@
 // parameters, samples, frame tables and configuration data taken from the
 // fuzzer's bytes. The file goes to a virtual ".iso:" target, so every muxer
 // path runs without touching the disk.
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <vector>
-
 #include "fuzz/fuzz_input.h"
-#include "include/kx_mkv/kx_mkv.h"
 
 using fuzz::Code;
 using fuzz::DataOrNull;
@@ -32,12 +26,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const uint8_t flags = in.Byte();
   params.noVideo = flags & 1;
   params.noAudio = (flags >> 1) & 1;
-  params.video.width = static_cast<int16_t>(in.Word());
-  params.video.height = static_cast<int16_t>(in.Word());
-  params.video.frameRate = in.Byte();
   params.video.projection = (flags & 4) != 0 ? 360 : 0;
-  params.audio.sampleRate = in.Word();
-  params.audio.channels = in.Byte();
+  in.Formats(params);
 
   AspectRatioRecord aspect{};
   aspect.numerator = static_cast<int8_t>(in.Byte());
@@ -49,10 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   int64_t time = 0;
   while (!in.empty()) {
     const uint8_t op = in.Byte();
-    std::vector<uint8_t> bytes = in.Bytes(in.Word() % 2048);
-    time += static_cast<int8_t>(in.Byte()) * 10000LL;
-    // Now and then a jump far ahead, as a broken host clock might give.
-    if ((op & 0x60) == 0x60 && time < (int64_t{1} << 60)) time += int64_t{in.Word()} << 40;
+    std::vector<uint8_t> bytes = in.Sample(op, time);
     switch (op % 4) {
       case 0: {
         MediaSample sample{};
@@ -70,17 +57,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         sample.audioSize = static_cast<int32_t>(bytes.size());
         sample.start = time;
         sample.duration = op * 2000;
-        if ((op & 0x10) != 0) {
-          // A frame table of up to 8 frames; the sizes may lie.
-          std::vector<uint32_t> table(1 + 8);
-          const int32_t count = static_cast<int32_t>(in.Byte() % 9) - 1;
-          std::memcpy(table.data(), &count, 4);
-          for (int i = 1; i <= 8; ++i) table[i] = in.Byte();
-          row.WriteAudioData(handle, &sample,
-                             reinterpret_cast<const FrameSizeTable*>(table.data()));
-        } else {
-          row.WriteAudioData(handle, &sample, nullptr);
-        }
+        std::vector<uint32_t> table;
+        row.WriteAudioData(handle, &sample, (op & 0x10) != 0 ? in.Frames(table) : nullptr);
         break;
       }
       case 2: {

@@ -45,7 +45,8 @@ add_test(NAME windows.scenarios_match_linux
   COMMAND ${driver} scenarios ${prefix} ${win} ${CMAKE_CURRENT_BINARY_DIR}/windows_work
           $<TARGET_FILE:scenario_host> $<TARGET_FILE:kx_mkv>)
 add_test(NAME windows.wine_shutdown COMMAND sh -c "WINEPREFIX=${prefix} wineserver -k || true")
-set_tests_properties(windows.cross_build PROPERTIES FIXTURES_SETUP kx_windows_tree TIMEOUT 2400)
+set_tests_properties(windows.cross_build PROPERTIES FIXTURES_SETUP kx_windows_tree
+  RESOURCE_LOCK kx_windows_tree TIMEOUT 2400)
 set_tests_properties(windows.wine_prefix PROPERTIES FIXTURES_SETUP kx_wine TIMEOUT 300)
 set_tests_properties(windows.dll_tables windows.platform_under_wine windows.scenarios_match_linux
   PROPERTIES FIXTURES_REQUIRED "kx_windows_tree;kx_wine" TIMEOUT 600)
