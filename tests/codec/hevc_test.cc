@@ -11,7 +11,6 @@
 #include "src/codec/hvcc_writer.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/matroska_file.h"
-#include "tests/support/nal_units.h"
 #include "tests/support/table_host.h"
 #include "tests/support/temp_dir.h"
 
@@ -26,8 +25,18 @@ Bytes FromHex(const std::string& hex) {
   return out;
 }
 
+// The units behind four-byte start codes (Annex B), or behind their
+// big-endian 32-bit lengths.
 Bytes Join(std::initializer_list<Bytes> units, bool annex_b = true) {
-  return JoinUnits(units, annex_b);
+  Bytes out;
+  for (const Bytes& unit : units) {
+    const auto n = static_cast<uint32_t>(unit.size());
+    if (annex_b) out.insert(out.end(), {0, 0, 0, 1});
+    if (!annex_b)
+      out.insert(out.end(), {uint8_t(n >> 24), uint8_t(n >> 16), uint8_t(n >> 8), uint8_t(n)});
+    out.insert(out.end(), unit.begin(), unit.end());
+  }
+  return out;
 }
 
 struct StreamCase {

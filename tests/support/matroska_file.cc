@@ -19,7 +19,6 @@ class Collector : public webm::Callback {
   explicit Collector(MatroskaFile& file) : file_(file) {}
 
   Status OnElementBegin(const ElementMetadata& m, webm::Action* action) override {
-    file_.elements.push_back({static_cast<uint32_t>(m.id), m.position, m.header_size, m.size});
     if (m.id == webm::Id::kSeekHead) seek_head_position_ = m.position;
     if (m.id == webm::Id::kSegment) {
       file_.segment_data_position = m.position + m.header_size;
@@ -70,7 +69,6 @@ class Collector : public webm::Callback {
 
   Status OnClusterBegin(const ElementMetadata& m, const webm::Cluster& cluster,
                         webm::Action* action) override {
-    blocks_in_cluster_ = 0;
     file_.cluster_timecodes.push_back(cluster.timecode.value());
     file_.cluster_positions.push_back(m.position);
     *action = webm::Action::kRead;
@@ -115,9 +113,7 @@ class Collector : public webm::Callback {
 
   Status OnCuePoint(const ElementMetadata& /*metadata*/, const webm::CuePoint& point) override {
     for (const auto& position : point.cue_track_positions) {
-      const webm::CueTrackPositions& p = position.value();
-      file_.cues.push_back({point.time.value(), p.track.value(), p.cluster_position.value(),
-                            p.block_number.is_present(), p.block_number.value()});
+      file_.cues.push_back({point.time.value(), position.value().track.value()});
     }
     return kDone;
   }
@@ -126,7 +122,6 @@ class Collector : public webm::Callback {
   BlockInfo& BeginBlock(const webm::Block& block, webm::Action* action) {
     BlockInfo& info = file_.blocks.emplace_back();
     info.cluster_position = file_.cluster_positions.back();
-    info.number = ++blocks_in_cluster_;
     info.cluster_timecode = file_.cluster_timecodes.back();
     info.track = block.track_number;
     info.relative_time = block.timecode;
@@ -136,7 +131,6 @@ class Collector : public webm::Callback {
 
   MatroskaFile& file_;
   uint64_t seek_head_position_ = 0;
-  uint64_t blocks_in_cluster_ = 0;
 };
 
 }  // namespace
@@ -155,12 +149,6 @@ const TrackInfo* MatroskaFile::Track(uint64_t number) const {
   return it == tracks.end() ? nullptr : &*it;
 }
 
-const Element* MatroskaFile::ElementAt(uint64_t position) const {
-  const auto it = std::find_if(elements.begin(), elements.end(),
-                               [&](const Element& e) { return e.position == position; });
-  return it == elements.end() ? nullptr : &*it;
-}
-
 MatroskaFile ReadMatroskaFile(const std::string& path) {
   MatroskaFile file;
   std::FILE* handle = std::fopen(path.c_str(), "rb");
@@ -169,12 +157,6 @@ MatroskaFile ReadMatroskaFile(const std::string& path) {
   Collector collector(file);
   webm::WebmParser parser;
   file.parsed = parser.Feed(&collector, &reader).completed_ok();
-  // The Segment's children follow one another from its data on.
-  const uint64_t end = file.segment_data_position + file.segment_size;
-  for (const Element* e = file.ElementAt(file.segment_data_position);
-       e != nullptr && e->position < end; e = file.ElementAt(e->end())) {
-    file.top_level.push_back(*e);
-  }
   return file;
 }
 

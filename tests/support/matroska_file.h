@@ -1,5 +1,5 @@
 // Test support: a written Matroska/WebM file read back with libwebm's
-// webm_parser into plain structs, so tests can check layout, track entries,
+// webm_parser into plain structs, so tests can check seeks, track entries,
 // blocks and cues with their positions.
 #ifndef KX_TESTS_SUPPORT_MATROSKA_FILE_H_
 #define KX_TESTS_SUPPORT_MATROSKA_FILE_H_
@@ -9,15 +9,6 @@
 #include <vector>
 
 namespace kx::test {
-
-struct TopLevelElement {
-  uint32_t id = 0;
-  uint64_t position = 0;  // absolute
-  uint64_t header_size = 0;
-  uint64_t size = 0;  // payload
-  uint64_t end() const { return position + header_size + size; }
-};
-using Element = TopLevelElement;
 
 struct SeekEntry {
   uint64_t seek_head_position = 0;  // absolute position of its SeekHead
@@ -43,7 +34,6 @@ struct TrackInfo {
 
 struct BlockInfo {
   uint64_t cluster_position = 0;  // absolute
-  uint64_t number = 0;            // 1-based within its Cluster, as CueBlockNumber counts
   uint64_t cluster_timecode = 0;
   uint64_t track = 0;
   int16_t relative_time = 0;
@@ -57,9 +47,6 @@ struct BlockInfo {
 struct CueInfo {
   uint64_t time = 0;
   uint64_t track = 0;
-  uint64_t cluster_position = 0;
-  bool has_block_number = false;
-  uint64_t block_number = 0;
 };
 
 struct MatroskaFile {
@@ -71,8 +58,6 @@ struct MatroskaFile {
   double duration = -1;
   uint64_t timecode_scale = 0;
   std::string muxing_app;
-  std::vector<TopLevelElement> top_level;  // children of the Segment, in order
-  std::vector<Element> elements;           // every element of the file, in order
   std::vector<SeekEntry> seeks;
   std::vector<TrackInfo> tracks;
   std::vector<uint64_t> cluster_timecodes;
@@ -82,8 +67,6 @@ struct MatroskaFile {
 
   std::vector<BlockInfo> BlocksOfTrack(uint64_t track) const;
   const TrackInfo* Track(uint64_t number) const;
-  // The element that starts at `position` (absolute), or null.
-  const Element* ElementAt(uint64_t position) const;
 };
 
 MatroskaFile ReadMatroskaFile(const std::string& path);

@@ -32,15 +32,6 @@ std::string MissingTools(std::initializer_list<const char*> tools) {
   return missing;
 }
 
-bool MakeWithFfmpeg(const std::string& arguments, const std::string& path) {
-  std::string output;
-  if (RunCommand("ffmpeg -nostdin -y -v error " + arguments + " '" + path + "'", &output) == 0) {
-    return true;
-  }
-  std::fprintf(stderr, "ffmpeg failed: %s\n", output.c_str());
-  return false;
-}
-
 std::vector<ProbedPacket> ProbePackets(const std::string& path, const std::string& selector) {
   std::string text;
   RunCommand("ffprobe -v quiet -select_streams " + selector +
@@ -62,20 +53,6 @@ std::vector<ProbedPacket> ProbePackets(const std::string& path, const std::strin
     }
   }
   return packets;
-}
-
-std::string ReaderComplaints(const std::string& path) {
-  std::string probe;
-  std::string info;
-  if (RunCommand("ffprobe -v error -show_format -show_streams '" + path + "' >/dev/null", &probe) !=
-      0) {
-    probe += "ffprobe failed\n";
-  }
-  if (RunCommand("mkvinfo '" + path + "'", &info) == 0 && info.find("Error") == std::string::npos &&
-      info.find("Warning") == std::string::npos) {
-    info.clear();
-  }
-  return probe + info;
 }
 
 }  // namespace kx::test

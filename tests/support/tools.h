@@ -1,5 +1,4 @@
-// Test support: command-line tools (ffmpeg, ffprobe, mkvinfo) as black-box
-// stream makers and readers.
+// Test support: command-line tools (ffprobe, mkvinfo) as black-box readers.
 #ifndef KX_TESTS_SUPPORT_TOOLS_H_
 #define KX_TESTS_SUPPORT_TOOLS_H_
 
@@ -29,10 +28,6 @@ std::string MissingTools(std::initializer_list<const char*> tools);
     GTEST_SKIP() << "missing tools: " << kx_missing;                                           \
   }
 
-// `ffmpeg -nostdin -y -v error ARGUMENTS path`; false (and ffmpeg's message
-// on stderr) when it failed.
-bool MakeWithFfmpeg(const std::string& arguments, const std::string& path);
-
 // One packet as `ffprobe -show_packets` reports it, in the stream's time base
 // (milliseconds for Matroska); -1 where ffprobe says N/A.
 struct ProbedPacket {
@@ -43,10 +38,6 @@ struct ProbedPacket {
 };
 // The packets of one stream (`selector` as for -select_streams: "v:0").
 std::vector<ProbedPacket> ProbePackets(const std::string& path, const std::string& selector);
-
-// What `ffprobe -v error` and `mkvinfo` complain about; empty when both read
-// the whole file cleanly.
-std::string ReaderComplaints(const std::string& path);
 
 }  // namespace kx::test
 
