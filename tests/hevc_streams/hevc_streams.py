@@ -1,15 +1,9 @@
 #!/usr/bin/env python3
-"""Real HEVC streams through kxmux and the module's HEVC muxer.
-
-Each case encodes testsrc2 with libx265 (and a sine tone as AAC) into an MP4,
-remuxes it with `kxmux --video-fourcc HEVC` and runs every check of the
-conformance suite on the file; besides, every field of the HEVC decoder
-configuration record in CodecPrivate must hold what FFmpeg's trace_headers
-parses from the stream's own parameter sets, and its arrays exactly the
-stream's VPS, SPS and PPS.
-
-libx265 writes no VUI bitstream restriction; the cases with `restriction` add
-one to the SPS in the MP4's hvcC box, at the bit offset FFmpeg's trace gives.
+"""Real HEVC streams (libx265, with AAC) muxed by `kxmux --video-fourcc HEVC`:
+every conformance check, and the hvcC record in CodecPrivate field by field
+against FFmpeg's trace_headers parse of the stream, its arrays exactly the
+stream's VPS, SPS and PPS. Cases with `restriction` add the VUI bitstream
+restriction libx265 never writes to the SPS in the MP4's hvcC box.
 
 Usage: hevc_streams.py --list | --kxmux PATH --work DIR CASE
 """

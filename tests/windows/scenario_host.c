@@ -1,12 +1,10 @@
 /*
- * A host written in plain C against the public header alone, as the
- * conversion host is: it loads the module at run time (dlopen on Linux,
- * LoadLibrary on Windows), reports both catalogues and drives the scenarios
- * below through both function tables. The same source is built for both
- * systems, so the Linux module and kx_mkv.dll under wine get the same calls
- * with the same bytes in the same order (track UIDs come from the runtime's
- * never-seeded generator, so the order matters), and their files, reports
- * and logs must be equal.
+ * A host in plain C against the public header alone, as the conversion host
+ * is: it loads the module at run time, reports both catalogues and drives
+ * the scenarios below through both tables. Built for both systems, so the
+ * Linux module and kx_mkv.dll under wine get the same calls with the same
+ * bytes in the same order (track UIDs come from the runtime's never-seeded
+ * generator), and their files, reports and logs must be equal.
  *
  * Usage: scenario_host MODULE OUT_DIR REPORT  (OUT_DIR ASCII, ending with a
  * path separator)

@@ -1,20 +1,11 @@
 #!/usr/bin/env python3
-"""Checks of the module's exports and of its Windows build (kx_mkv.dll,
-cross-built with mingw-w64).
+"""Checks of the module's exports and of its Windows build (kx_mkv.dll): the
+export and import tables, and the scenario host's reports, logs and files
+with the Linux module and under wine, which must be equal (apart from the
+DateUTC value).
 
-  windows.py symbols LIBRARY
-      libkx_mkv.so exports the two catalogue functions and nothing else
-
-  windows.py tables DLL
-      the export table (GetFileFormats @2, GetFileMultiStreamFormats @3,
-      nothing else) and the imports (YR_Log.DLL by ordinals 1 and 2,
-      YR_Utility.dll cpu_num_processors by name, else system DLLs only)
-  windows.py wine PREFIX PROGRAM ARGS...
-      runs a Windows program under wine in the private PREFIX
-  windows.py scenarios PREFIX WIN_BIN WORK LINUX_HOST MODULE_SO
-      the scenario host with the Linux module and with kx_mkv.dll under wine:
-      reports, logs and files must be equal (files apart from the DateUTC
-      value), and every file the module took must be there
+Usage: windows.py symbols LIBRARY | tables DLL | wine PREFIX PROGRAM ARGS... |
+       scenarios PREFIX WIN_BIN WORK LINUX_HOST MODULE_SO
 """
 
 import os
