@@ -139,8 +139,8 @@ def check_record(requires, restriction):
             'numTemporalLayers': 1 + max(get(sets, 'VPS', 'vps_max_sub_layers_minus1'),
                                          get(sets, 'SPS', 'sps_max_sub_layers_minus1')),
             'temporalIdNested': get(sets, 'SPS', 'sps_temporal_id_nesting_flag')}
-        private = next(bytes.fromhex(t['properties']['codec_private_data']) for t in c.json.loads(
-            c.run(['mkvmerge', '-J', out]).stdout)['tracks'] if t['type'] == 'video')
+        private = next(bytes.fromhex(t['properties']['codec_private_data'])
+                       for t in c.mkvmerge_report(out)['tracks'] if t['type'] == 'video')
         bits, wrong = ''.join(f'{b:08b}' for b in private[:23]).ljust(184, '0'), []
         for name, n in FIELDS:
             if int(bits[:n], 2) != want[name]:

@@ -1,5 +1,4 @@
-# The installed tree, the packages and kxmux --json as a host, a packager and a script see them.
-find_package(Python3 COMPONENTS Interpreter REQUIRED)
+# The installed tree and the packages as a host and a packager see them.
 set(kx_install_work ${CMAKE_CURRENT_BINARY_DIR}/install_work)
 # A sanitized module loads only into a sanitized program.
 set(kx_consumer_flags $<$<BOOL:${KX_SANITIZE}>:-DCMAKE_C_FLAGS=-fsanitize=address,undefined>)
@@ -17,11 +16,4 @@ if(kx_have_package_tools)
   set_tests_properties(install.packages PROPERTIES TIMEOUT 300 LABELS install
     FIXTURES_REQUIRED kx_windows_tree RESOURCE_LOCK kx_windows_tree)
 endif()
-set(kx_json_kxmux kxmux-not-built)  # fails the test
-if(TARGET kxmux)
-  set(kx_json_kxmux $<TARGET_FILE:kxmux>)
-endif()
-add_test(NAME install.kxmux_json
-  COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/kxmux_json.py ${kx_json_kxmux}
-          ${PROJECT_SOURCE_DIR}/samples/sample.mp4 ${kx_install_work}/json)
-set_tests_properties(install.consumer install.kxmux_json PROPERTIES TIMEOUT 300 LABELS install)
+set_tests_properties(install.consumer PROPERTIES TIMEOUT 300 LABELS install)
