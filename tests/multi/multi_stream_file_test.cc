@@ -1,12 +1,13 @@
 // Whole files written through the multi-stream function table and read back
 // with libwebm's parser: track numbering, cue track, sample paths, Duration,
-// block kinds, subtitles, the entry points' log lines, and the same streams
+// block kinds, the entry points' log lines, and the same streams
 // through both tables.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -16,12 +17,14 @@
 #include "src/plugin/single_stream_entry.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/matroska_file.h"
+#include "tests/support/table_host.h"
 #include "tests/support/temp_dir.h"
 
 namespace kx {
 namespace {
 
-constexpr int64_t kMs = 10000;
+constexpr int64_t kMs = test::kTicksPerMs;
+using test::Bytes;
 
 struct Stream {
   uint32_t type;
@@ -47,7 +50,7 @@ MediaFileParams Record(const Stream& s) {
 }
 
 // A sample of a stream of the type over `data`, which must outlive it.
-MediaSample Sample(uint32_t type, std::vector<uint8_t>& data, int64_t ms, int32_t dur, bool key) {
+MediaSample Sample(uint32_t type, Bytes& data, int64_t ms, int32_t dur, bool key) {
   MediaSample s{};
   const auto size = static_cast<int32_t>(data.size());
   if (type == 2) {
@@ -75,30 +78,24 @@ class MultiFile {
     for (const Stream& s : streams) {
       const MediaFileParams record = Record(s);
       AddStreamInfoMultiStream(handle_, static_cast<int32_t>(s.type), 0, 0, s.index, &record);
+      types_[s.index] = s.type;
     }
-    uint32_t fourcc = 0;
-    std::memcpy(&fourcc, container, 4);
-    initialised_ = InitMediaFileMultiStream(handle_, fourcc, path.c_str(), 0) != 0;
+    initialised_ = InitMediaFileMultiStream(handle_, test::Code(container), path.c_str(), 0) != 0;
   }
   ~MultiFile() { Close(); }
   void Close() {
     if (handle_ != nullptr) CloseMediaFileMultiStream(handle_);
     handle_ = nullptr;
   }
-  void Video(uint32_t index, std::vector<uint8_t> data, int64_t ms, bool key, int32_t dur = 40,
-             std::vector<uint8_t> additions = {}) {
-    MediaSample s = Sample(2, data, ms, dur, key);
-    s.additionalData = additions.data();
-    s.additionalSize = static_cast<uint32_t>(additions.size());
+  void Write(uint32_t index, std::vector<uint8_t> data, int64_t ms, int32_t dur = 40,
+             bool key = true, std::vector<uint8_t> additions = {}) {
+    // An index without a stream is written as audio.
+    MediaSample s = Sample(types_.count(index) != 0 ? types_[index] : 3, data, ms, dur, key);
+    if (!additions.empty()) {  // shares its place with other types' fields
+      s.additionalData = additions.data();
+      s.additionalSize = static_cast<uint32_t>(additions.size());
+    }
     WriteSampleMultiStream(handle_, index, &s, nullptr);
-  }
-  void Write(uint32_t index, uint32_t type, std::string text, int64_t ms, int32_t dur) {
-    std::vector<uint8_t> data(text.begin(), text.end());
-    const MediaSample s = Sample(type, data, ms, dur, true);
-    WriteSampleMultiStream(handle_, index, &s, nullptr);
-  }
-  void Extra(uint32_t index, const std::vector<uint8_t>& data) {
-    WriteExtraDataMultiStream(handle_, index, data.data(), static_cast<int32_t>(data.size()));
   }
   bool initialised() const { return initialised_; }
   void* handle() const { return handle_; }
@@ -106,6 +103,7 @@ class MultiFile {
  private:
   void* handle_;
   bool initialised_ = false;
+  std::map<uint32_t, uint32_t> types_;  // by OutStreamIndex
 };
 
 std::vector<uint8_t> Slice(uint8_t type, uint8_t fill) { return {0, 0, 0, 1, type, fill, fill}; }
@@ -139,8 +137,8 @@ TEST_P(TrackLayoutTest, NumbersTracksByIndexAndCuesTheFirstOfTheFirstKind) {
     ASSERT_TRUE(file.initialised());
     for (int i = 0; i < 12; ++i) {
       for (const Stream& s : c.streams) {
-        if (s.type == 2) file.Video(s.index, Slice(5, 1), i * 40, i % 5 == 0);
-        if (s.type != 2) file.Write(s.index, s.type, "hi", i * 40, 40);
+        file.Write(s.index, s.type == 2 ? Slice(5, 1) : Bytes{'h', 'i'}, i * 40, 40,
+                   s.type != 2 || i % 5 == 0);
       }
     }
   }
@@ -175,8 +173,8 @@ TEST_F(MultiStreamFileTest, CompactsW264SlicesInPlace) {
     std::vector<uint8_t> sample = Slice(7, 7);  // SPS, PPS, IDR slice
     for (auto part : {Slice(8, 8), Slice(5, 5)})
       sample.insert(sample.end(), part.begin(), part.end());
-    file.Video(0, sample, 0, false);
-    file.Video(0, Slice(1, 9), 40, true);  // a non-IDR slice clears the flag
+    file.Write(0, sample, 0, 40, false);
+    file.Write(0, Slice(1, 9), 40, 40, true);  // a non-IDR slice clears the flag
   }
   const test::MatroskaFile file = test::ReadMatroskaFile(Path("w264.mkv"));
   const auto blocks = file.BlocksOfTrack(1);
@@ -191,10 +189,10 @@ TEST_F(MultiStreamFileTest, CompactsW264SlicesInPlace) {
 TEST_F(MultiStreamFileTest, DurationIsTheLatestSampleEnd) {
   {
     MultiFile file(WidePath(u"duration.mkv"), {{2, 0, "VP9 "}, {3, 1, "VBIS"}});
-    for (int i = 0; i < 10; ++i) file.Video(0, {0x82, 0x49}, i * 40, i == 0);
-    file.Write(1, 3, "a", 0, 300);
-    file.Write(1, 3, "a", 500, 250);
-    file.Write(7, 3, "a", 100, 600);  // no track, still counts
+    for (int i = 0; i < 10; ++i) file.Write(0, {0x82, 0x49}, i * 40, 40, i == 0);
+    file.Write(1, {'a'}, 0, 300);
+    file.Write(1, {'a'}, 500, 250);
+    file.Write(7, {'a'}, 100, 600);  // no track, still counts
   }
   const test::MatroskaFile file = test::ReadMatroskaFile(Path("duration.mkv"));
   EXPECT_EQ(file.doc_type, "matroska");  // VP9 in a Matroska file
@@ -208,8 +206,8 @@ TEST_F(MultiStreamFileTest, BlockAdditionsTurnWebmBlocksIntoGroups) {
   for (const uint32_t flags : {0U, 1U}) {
     {
       MultiFile file(WidePath(u"alpha.webm"), {{2, 0, "VP9 ", flags}, {3, 1, "VBIS"}}, "WEBM");
-      for (int i = 0; i < 6; ++i) file.Video(0, {0x82, 0x49}, i * 40, i == 0, 40, alpha);
-      file.Write(1, 3, "a", 0, 32);
+      for (int i = 0; i < 6; ++i) file.Write(0, {0x82, 0x49}, i * 40, 40, i == 0, alpha);
+      file.Write(1, {'a'}, 0, 32);
     }
     const test::MatroskaFile file = test::ReadMatroskaFile(Path("alpha.webm"));
     EXPECT_EQ(file.doc_type, "webm");
@@ -225,38 +223,13 @@ TEST_F(MultiStreamFileTest, BlockAdditionsTurnWebmBlocksIntoGroups) {
   }
 }
 
-TEST_F(MultiStreamFileTest, ExternalSubtitlesGetATextTrack) {
-  const std::string header = "[Script Info]\nScriptType: v4.00+\n";
-  {
-    MultiFile file(WidePath(u"subs.mkv"), {{3, 0, "AC3 "}, {5, 1, "ASS "}, {5, 2, "SRT "}});
-    std::vector<uint8_t> extra = {static_cast<uint8_t>(header.size()), 0, 0, 0};
-    extra.insert(extra.end(), header.begin(), header.end());
-    file.Extra(1, extra);
-    for (int i = 0; i < 6; ++i) file.Write(0, 3, "a", i * 100, 100);
-    file.Write(1, 5, "0,0,Default,,0,0,0,,Hello", 150, 1200);
-    file.Write(2, 5, "Hello", 150, 1200);
-  }
-  const test::MatroskaFile file = test::ReadMatroskaFile(Path("subs.mkv"));
-  ASSERT_TRUE(file.parsed);
-  ASSERT_EQ(file.tracks.size(), 3U);
-  EXPECT_EQ(file.tracks[1].type, 17U);
-  EXPECT_EQ(file.tracks[1].codec_id, "S_TEXT/ASS");
-  EXPECT_EQ(file.tracks[1].codec_private, std::vector<uint8_t>(header.begin(), header.end()));
-  EXPECT_EQ(file.tracks[2].codec_id, "S_TEXT/UTF8");
-  const auto text = file.BlocksOfTrack(3);
-  ASSERT_EQ(text.size(), 1U);
-  EXPECT_EQ(text[0].time(), 150);
-  EXPECT_EQ(text[0].frames[0], std::vector<uint8_t>({'H', 'e', 'l', 'l', 'o'}));
-  EXPECT_DOUBLE_EQ(file.duration, 1350.0);
-}
-
 // The same streams through both tables, numbered alike (OutStreamIndex 1 and
 // 2 make TrackNumbers 2 and 3, as the single-stream tracks have): the files
 // differ only in the EBML header's versions and in the Duration's source.
 TEST_F(MultiStreamFileTest, BothTablesDifferOnlyWhereTheRulesSay) {
   MediaFileParams params = Record({2, 0, "I264"});
-  std::memcpy(&params.audio.fourcc, "AC3 ", 4);
-  std::memcpy(&params.containerFourcc, "MKV ", 4);
+  params.audio.fourcc = test::Code("AC3 ");
+  params.containerFourcc = test::Code("MKV ");
   // Video with a key frame each 6th, audio of 30 ms every 40 ms.
   const auto feed = [](auto write) {
     for (int i = 0; i < 12; ++i) {
@@ -312,12 +285,10 @@ TEST_P(InitTest, LogsTheOutcome) {
     const MediaFileParams record = Record(s);
     AddStreamInfoMultiStream(handle, static_cast<int32_t>(s.type), 1, 2, s.index, &record);
   }
-  uint32_t fourcc = 0;
-  std::memcpy(&fourcc, c.container, 4);
   const std::u16string path = dir_.WidePath(std::u16string(c.file, c.file + std::strlen(c.file)));
   int32_t result = 0;
   for (int i = 0; i < c.inits; ++i) {
-    result = InitMediaFileMultiStream(handle, fourcc, path.c_str(), 0);
+    result = InitMediaFileMultiStream(handle, test::Code(c.container), path.c_str(), 0);
   }
   CloseMediaFileMultiStream(handle);
   const std::string log = log_.Text();

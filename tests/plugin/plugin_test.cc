@@ -92,8 +92,9 @@ TEST(Catalogue, RecordsByteForByte) {
                                        {&m.audioCodecs, r.audio},
                                        {&m.videoCodecs, r.video_multi}}) {
       EXPECT_EQ(*lists == nullptr, *codes == '\0');
-      if (*lists != nullptr)
+      if (*lists != nullptr) {
         EXPECT_EQ(Memory(*lists, (strlen(codes) / 4 + 1) * 8), ListBytes(codes));
+      }
     }
     Bytes single = head;
     const Bytes tail = Words(f.audioCodecs, f.videoCodecs, &CreateMediaFile, &WriteAudioData,

@@ -4,15 +4,12 @@
 #include <stdexcept>
 
 namespace kx::test {
-namespace {
 
 uint32_t Code(const char* text) {
   uint32_t code = 0;
   std::memcpy(&code, text, 4);
   return code;
 }
-
-}  // namespace
 
 const FileFormat& Row(const char* container) {
   for (const FileFormat* row = GetFileFormats(); row->fourcc != 0; ++row) {

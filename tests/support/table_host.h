@@ -15,6 +15,9 @@ constexpr int64_t kTicksPerMs = 10000;  // host times are in 100-ns units
 
 using Bytes = std::vector<uint8_t>;
 
+// A FourCC's value: its four characters, lowest byte first.
+uint32_t Code(const char* text);
+
 // The single-stream catalogue row of a container FourCC ("MKV ", "KMKV",
 // "HMKV", "MKA ", "WEBM"); throws when the catalogue lacks it.
 const FileFormat& Row(const char* container);
