@@ -8,6 +8,7 @@ restriction libx265 never writes to the SPS in the MP4's hvcC box.
 Usage: hevc_streams.py --list | --kxmux PATH --work DIR CASE
 """
 
+import functools
 import os
 import re
 import sys
@@ -114,31 +115,27 @@ def check_record(requires, restriction):
             if get(sets, kind, name) != value:
                 raise c.Failure(f'the input does not exercise the case: {kind} {name} is '
                                 f'{get(sets, kind, name)}, not {value}')
-        restricted = get(sets, 'SPS', 'vui_parameters_present_flag') and \
-            get(sets, 'SPS', 'bitstream_restriction_flag')
-        spatial = get(sets, 'SPS', 'min_spatial_segmentation_idc') if restricted else 0
+        sps = functools.partial(get, sets, 'SPS')
+        spatial = sps('min_spatial_segmentation_idc') if sps('vui_parameters_present_flag') and \
+            sps('bitstream_restriction_flag') else 0
         tiles_wpp = (get(sets, 'PPS', 'tiles_enabled_flag'),
                      get(sets, 'PPS', 'entropy_coding_sync_enabled_flag'))
-        want = {
+        want = {name: sps(name) for name in ('general_profile_space', 'general_tier_flag',
+                                             'general_profile_idc', 'general_level_idc')}
+        want.update({
             'configurationVersion': 1, 'reserved4': 15, 'reserved6': 63, 'reserved5': 31,
-            'general_profile_space': get(sets, 'SPS', 'general_profile_space'),
-            'general_tier_flag': get(sets, 'SPS', 'general_tier_flag'),
-            'general_profile_idc': get(sets, 'SPS', 'general_profile_idc'),
-            'general_profile_compatibility_flags':
-                get(sets, 'SPS', 'general_profile_compatibility_flag[0]', 32),
-            'general_constraint_indicator_flags':
-                get(sets, 'SPS', 'general_progressive_source_flag', 48),
-            'general_level_idc': get(sets, 'SPS', 'general_level_idc'),
+            'general_profile_compatibility_flags': sps('general_profile_compatibility_flag[0]', 32),
+            'general_constraint_indicator_flags': sps('general_progressive_source_flag', 48),
             'min_spatial_segmentation_idc': spatial,
             'parallelismType': {(1, 1): 0, (0, 1): 3, (1, 0): 2, (0, 0): 1}[tiles_wpp]
             if spatial else 0,
-            'chromaFormat': get(sets, 'SPS', 'chroma_format_idc'),
-            'bitDepthLumaMinus8': get(sets, 'SPS', 'bit_depth_luma_minus8'),
-            'bitDepthChromaMinus8': get(sets, 'SPS', 'bit_depth_chroma_minus8'),
+            'chromaFormat': sps('chroma_format_idc'),
+            'bitDepthLumaMinus8': sps('bit_depth_luma_minus8'),
+            'bitDepthChromaMinus8': sps('bit_depth_chroma_minus8'),
             'avgFrameRate': 0, 'constantFrameRate': 0, 'lengthSizeMinusOne': 3, 'numOfArrays': 3,
             'numTemporalLayers': 1 + max(get(sets, 'VPS', 'vps_max_sub_layers_minus1'),
-                                         get(sets, 'SPS', 'sps_max_sub_layers_minus1')),
-            'temporalIdNested': get(sets, 'SPS', 'sps_temporal_id_nesting_flag')}
+                                         sps('sps_max_sub_layers_minus1')),
+            'temporalIdNested': sps('sps_temporal_id_nesting_flag')})
         private = next(bytes.fromhex(t['properties']['codec_private_data'])
                        for t in c.mkvmerge_report(out)['tracks'] if t['type'] == 'video')
         bits, wrong = ''.join(f'{b:08b}' for b in private[:23]).ljust(184, '0'), []
