@@ -8,14 +8,9 @@
 
 #include "src/codec/hvcc_writer.h"
 
-namespace {
-
-constexpr uint32_t kMuxerCapacity = 1024;
-constexpr uint32_t kSmallCapacity = 96;
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  constexpr uint32_t kMuxerCapacity = 1024;
+  constexpr uint32_t kSmallCapacity = 96;
   if (size > INT32_MAX) {
     return 0;
   }
