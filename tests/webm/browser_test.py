@@ -1,11 +1,7 @@
 #!/usr/bin/env python3
-"""WebM files of kxmux's WEBM row played in headless Chromium: each case
-remuxes a conformance input with `kxmux --format WEBM`, serves it and
-browser_page.html from 127.0.0.1 (answering Range requests) and drives a fresh
-profile through the DevTools pipe; the page checks metadata, duration, size, a
-seek and playback to `ended`. A failure names the file and the stage.
-
-Usage: browser_test.py --list | --kxmux PATH --work DIR CASE
+"""WebM files of kxmux's WEBM row played in headless Chromium, which loads
+browser_page.html over HTTP with Range requests and is driven through the
+DevTools pipe. Usage: browser_test.py --list | --kxmux PATH --work DIR CASE
 """
 
 import argparse
@@ -60,7 +56,7 @@ class RangeHandler(http.server.BaseHTTPRequestHandler):
     """Serves the page and the case's files; answers `Range: bytes=` with 206."""
     root = ''
 
-    def log_message(self, *args):  # quiet
+    def log_message(self, *args):
         pass
 
     def do_GET(self):
@@ -79,12 +75,11 @@ class RangeHandler(http.server.BaseHTTPRequestHandler):
             last = min(int(m[2]), last) if m[1] and m[2] else last
             status = 206
         self.send_response(status)
-        headers = {'Content-Type': 'text/html' if name == 'page.html' else 'video/webm',
-                   'Accept-Ranges': 'bytes', 'Content-Length': last - first + 1}
+        self.send_header('Content-Type', 'text/html' if name == 'page.html' else 'video/webm')
+        self.send_header('Accept-Ranges', 'bytes')
+        self.send_header('Content-Length', str(last - first + 1))
         if status == 206:
-            headers['Content-Range'] = f'bytes {first}-{last}/{len(data)}'
-        for key, value in headers.items():
-            self.send_header(key, str(value))
+            self.send_header('Content-Range', f'bytes {first}-{last}/{len(data)}')
         self.end_headers()
         self.wfile.write(data[first:last + 1])
 
@@ -134,7 +129,6 @@ class DevTools:
                 return reply['result']
 
 
-
 def play(chromium, url, work):
     """The page's verdict, or why there is none."""
     profile = os.path.join(work, 'profile')
@@ -169,28 +163,23 @@ def run_case(args, name):
     os.makedirs(work, exist_ok=True)
     inp = conformance.make_input(args.work, source, conformance.INPUTS[source])
     out = os.path.join(work, name + '.webm')
-    file = os.path.basename(out)
     mux = subprocess.run([args.kxmux, '-q', '--format', 'WEBM', *options, inp, out],
                          capture_output=True, text=True)
     if mux.returncode != 0:
-        print(f'FAIL {file}: kxmux: {mux.stderr.strip()}')
-        return 1
+        return print(f'FAIL {name}: kxmux: {mux.stderr.strip()}') or 1
     duration, (width, height) = stream_facts(inp, streams)
 
     RangeHandler.root = work
     server = http.server.ThreadingHTTPServer(('127.0.0.1', 0), RangeHandler)
     threading.Thread(target=server.serve_forever, daemon=True).start()
-    query = urllib.parse.urlencode({'src': file, 'duration': f'{duration:.3f}',
+    query = urllib.parse.urlencode({'src': name + '.webm', 'duration': f'{duration:.3f}',
                                     'width': width, 'height': height})
     try:
         verdict = play(chromium, f'http://127.0.0.1:{server.server_port}/page.html?{query}', work)
     finally:
         server.shutdown()
-    if verdict != 'PASS':
-        print(f'FAIL {file}: {verdict[len("FAIL "):]}')
-        return 1
-    print(f'ok   {file}: metadata, duration, size, seek, ended')
-    return 0
+    print(f'{name}.webm: {verdict}')  # PASS: metadata, duration, size, seek, ended
+    return verdict != 'PASS'
 
 
 if __name__ == '__main__':
@@ -200,6 +189,4 @@ if __name__ == '__main__':
     parser.add_argument('--work')
     parser.add_argument('case', nargs='?', choices=sorted(CASES))
     cli = parser.parse_args()
-    if cli.list:
-        print('\n'.join(CASES))
-    sys.exit(0 if cli.list else run_case(cli, cli.case))
+    sys.exit(print('\n'.join(CASES)) if cli.list else run_case(cli, cli.case))
