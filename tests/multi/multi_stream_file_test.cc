@@ -13,6 +13,7 @@
 
 #include "src/platform/clock.h"
 #include "src/platform/crt_rand.h"
+#include "src/platform/utf16.h"
 #include "src/plugin/multi_stream_entry.h"
 #include "src/plugin/single_stream_entry.h"
 #include "tests/support/log_capture.h"
@@ -72,15 +73,16 @@ MediaSample Sample(uint32_t type, Bytes& data, int64_t ms, int32_t dur, bool key
 // One handle of the multi-stream table, initialised on `streams`.
 class MultiFile {
  public:
-  MultiFile(const std::u16string& path, const std::vector<Stream>& streams,
+  MultiFile(const std::string& path, const std::vector<Stream>& streams,
             const char* container = "MKV ")
-      : handle_(CreateMediaFileMultiStream()) {
+      : path_(path), handle_(CreateMediaFileMultiStream()) {
     for (const Stream& s : streams) {
       const MediaFileParams record = Record(s);
       AddStreamInfoMultiStream(handle_, static_cast<int32_t>(s.type), 0, 0, s.index, &record);
       types_[s.index] = s.type;
     }
-    initialised_ = InitMediaFileMultiStream(handle_, test::Code(container), path.c_str(), 0) != 0;
+    initialised_ = InitMediaFileMultiStream(handle_, test::Code(container),
+                                            platform::Utf8ToUtf16(path).c_str(), 0) != 0;
   }
   ~MultiFile() { Close(); }
   void Close() {
@@ -97,10 +99,16 @@ class MultiFile {
     }
     WriteSampleMultiStream(handle_, index, &s, nullptr);
   }
+  // Closes the file and reads it back.
+  test::MatroskaFile Finish() {
+    Close();
+    return test::ReadMatroskaFile(path_);
+  }
   bool initialised() const { return initialised_; }
   void* handle() const { return handle_; }
 
  private:
+  std::string path_;
   void* handle_;
   bool initialised_ = false;
   std::map<uint32_t, uint32_t> types_;  // by OutStreamIndex
@@ -112,8 +120,7 @@ class MultiStreamFileTest : public ::testing::Test {
  protected:
   void SetUp() override { platform::PinCurrentUnixTime(1800000000); }
   void TearDown() override { platform::PinCurrentUnixTime(std::nullopt); }
-  std::string Path(const char* name) const { return (dir_.path() / name).string(); }
-  std::u16string WidePath(const char16_t* name) const { return dir_.WidePath(name); }
+  std::string Path(const char* name) const { return dir_.Path(name); }
   test::TempDir dir_;
   test::LogCapture log_;
 };
@@ -132,17 +139,15 @@ class TrackLayoutTest : public MultiStreamFileTest,
 // Every stream gets 12 samples of 40 ms, video a key frame each 5th.
 TEST_P(TrackLayoutTest, NumbersTracksByIndexAndCuesTheFirstOfTheFirstKind) {
   const LayoutCase& c = GetParam();
-  {
-    MultiFile file(WidePath(u"layout.mkv"), c.streams, c.container);
-    ASSERT_TRUE(file.initialised());
-    for (int i = 0; i < 12; ++i) {
-      for (const Stream& s : c.streams) {
-        file.Write(s.index, s.type == 2 ? Slice(5, 1) : Bytes{'h', 'i'}, i * 40, 40,
-                   s.type != 2 || i % 5 == 0);
-      }
+  MultiFile out(Path("layout.mkv"), c.streams, c.container);
+  ASSERT_TRUE(out.initialised());
+  for (int i = 0; i < 12; ++i) {
+    for (const Stream& s : c.streams) {
+      out.Write(s.index, s.type == 2 ? Slice(5, 1) : Bytes{'h', 'i'}, i * 40, 40,
+                s.type != 2 || i % 5 == 0);
     }
   }
-  const test::MatroskaFile file = test::ReadMatroskaFile(Path("layout.mkv"));
+  const test::MatroskaFile file = out.Finish();
   ASSERT_TRUE(file.parsed);
   EXPECT_EQ(file.doc_type, c.container[0] == 'W' ? "webm" : "matroska");
   EXPECT_EQ(file.doc_type_version, 2U);
@@ -168,15 +173,13 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(MultiStreamFileTest, CompactsW264SlicesInPlace) {
-  {
-    MultiFile file(WidePath(u"w264.mkv"), {{2, 0, "W264"}, {3, 1, "AAC "}});
-    std::vector<uint8_t> sample = Slice(7, 7);  // SPS, PPS, IDR slice
-    for (auto part : {Slice(8, 8), Slice(5, 5)})
-      sample.insert(sample.end(), part.begin(), part.end());
-    file.Write(0, sample, 0, 40, false);
-    file.Write(0, Slice(1, 9), 40, 40, true);  // a non-IDR slice clears the flag
-  }
-  const test::MatroskaFile file = test::ReadMatroskaFile(Path("w264.mkv"));
+  MultiFile out(Path("w264.mkv"), {{2, 0, "W264"}, {3, 1, "AAC "}});
+  std::vector<uint8_t> sample = Slice(7, 7);  // SPS, PPS, IDR slice
+  for (auto part : {Slice(8, 8), Slice(5, 5)})
+    sample.insert(sample.end(), part.begin(), part.end());
+  out.Write(0, sample, 0, 40, false);
+  out.Write(0, Slice(1, 9), 40, 40, true);  // a non-IDR slice clears the flag
+  const test::MatroskaFile file = out.Finish();
   const auto blocks = file.BlocksOfTrack(1);
   ASSERT_EQ(blocks.size(), 2U);
   EXPECT_EQ(blocks[0].frames, (std::vector<std::vector<uint8_t>>{{0, 0, 0, 3, 5, 5, 5}}));
@@ -187,14 +190,12 @@ TEST_F(MultiStreamFileTest, CompactsW264SlicesInPlace) {
 // Duration is the latest start + duration of any sample, here a long audio
 // sample; the single-stream rule would give the sum of audio durations.
 TEST_F(MultiStreamFileTest, DurationIsTheLatestSampleEnd) {
-  {
-    MultiFile file(WidePath(u"duration.mkv"), {{2, 0, "VP9 "}, {3, 1, "VBIS"}});
-    for (int i = 0; i < 10; ++i) file.Write(0, {0x82, 0x49}, i * 40, 40, i == 0);
-    file.Write(1, {'a'}, 0, 300);
-    file.Write(1, {'a'}, 500, 250);
-    file.Write(7, {'a'}, 100, 600);  // no track, still counts
-  }
-  const test::MatroskaFile file = test::ReadMatroskaFile(Path("duration.mkv"));
+  MultiFile out(Path("duration.mkv"), {{2, 0, "VP9 "}, {3, 1, "VBIS"}});
+  for (int i = 0; i < 10; ++i) out.Write(0, {0x82, 0x49}, i * 40, 40, i == 0);
+  out.Write(1, {'a'}, 0, 300);
+  out.Write(1, {'a'}, 500, 250);
+  out.Write(7, {'a'}, 100, 600);  // no track, still counts
+  const test::MatroskaFile file = out.Finish();
   EXPECT_EQ(file.doc_type, "matroska");  // VP9 in a Matroska file
   EXPECT_DOUBLE_EQ(file.duration, 750.0);
 }
@@ -204,12 +205,10 @@ TEST_F(MultiStreamFileTest, DurationIsTheLatestSampleEnd) {
 TEST_F(MultiStreamFileTest, BlockAdditionsTurnWebmBlocksIntoGroups) {
   const std::vector<uint8_t> alpha = {'a', 'l', 'p', 'h', 'a', '!'};
   for (const uint32_t flags : {0U, 1U}) {
-    {
-      MultiFile file(WidePath(u"alpha.webm"), {{2, 0, "VP9 ", flags}, {3, 1, "VBIS"}}, "WEBM");
-      for (int i = 0; i < 6; ++i) file.Write(0, {0x82, 0x49}, i * 40, 40, i == 0, alpha);
-      file.Write(1, {'a'}, 0, 32);
-    }
-    const test::MatroskaFile file = test::ReadMatroskaFile(Path("alpha.webm"));
+    MultiFile out(Path("alpha.webm"), {{2, 0, "VP9 ", flags}, {3, 1, "VBIS"}}, "WEBM");
+    for (int i = 0; i < 6; ++i) out.Write(0, {0x82, 0x49}, i * 40, 40, i == 0, alpha);
+    out.Write(1, {'a'}, 0, 32);
+    const test::MatroskaFile file = out.Finish();
     EXPECT_EQ(file.doc_type, "webm");
     const auto blocks = file.BlocksOfTrack(1);
     ASSERT_EQ(blocks.size(), 6U);
@@ -240,14 +239,14 @@ TEST_F(MultiStreamFileTest, BothTablesDifferOnlyWhereTheRulesSay) {
     }
   };
   platform::ResetCrtRand();
-  void* single = CreateMediaFile(WidePath(u"single.mkv").c_str(), &params);
+  void* single = CreateMediaFile(dir_.WidePath(u"single.mkv").c_str(), &params);
   feed([&](int type, MediaSample s) {
     type == 2 ? WriteVideoData(single, &s) : WriteAudioData(single, &s, nullptr);
   });
   CloseMediaFile(single);
   platform::ResetCrtRand();
   {
-    MultiFile multi(WidePath(u"multi.mkv"), {{2, 1, "I264"}, {3, 2, "AC3 "}});
+    MultiFile multi(Path("multi.mkv"), {{2, 1, "I264"}, {3, 2, "AC3 "}});
     feed([&](int type, MediaSample s) {
       WriteSampleMultiStream(multi.handle(), type - 1, &s, nullptr);
     });
