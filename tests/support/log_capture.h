@@ -19,10 +19,8 @@ class LogCapture {
   }
   LogCapture(const LogCapture&) = delete;
   LogCapture& operator=(const LogCapture&) = delete;
-  // Restores YR_LOG_FILE as it was before.
   ~LogCapture() {
-    if (previous_) setenv("YR_LOG_FILE", previous_->c_str(), 1);
-    if (!previous_) unsetenv("YR_LOG_FILE");
+    previous_ ? setenv("YR_LOG_FILE", previous_->c_str(), 1) : unsetenv("YR_LOG_FILE");
   }
 
   // Everything logged so far (UTF-8, one record per line).
