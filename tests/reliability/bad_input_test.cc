@@ -7,6 +7,8 @@
 
 #include <climits>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <numeric>
 #include <string>
@@ -16,7 +18,6 @@
 #include "tests/support/matroska_file.h"
 #include "tests/support/table_host.h"
 #include "tests/support/temp_dir.h"
-#include "tests/support/tools.h"
 
 namespace kx::test {
 namespace {
@@ -198,10 +199,23 @@ pid_t WriteLongFile(bool multi, const std::u16string& path, int count, int ready
   _exit(0);
 }
 
+// The number a shell pipeline prints; 0 when it prints none.
+size_t Count(const std::string& command) {
+  std::FILE* pipe = popen(command.c_str(), "r");
+  size_t count = 0;
+  if (pipe != nullptr && std::fscanf(pipe, "%zu", &count) != 1) count = 0;
+  if (pipe != nullptr) pclose(pipe);
+  return count;
+}
+
 // A host killed mid-file, or whose writes fail mid-file (size limit): no crash, ffprobe and mkvinfo
 // read up to the last Cluster, and every Cluster but that one holds the frames fed at its times.
 TEST(Crash, KilledHostAndFailingWritesLeaveCompletedClustersIntact) {
-  KX_REQUIRE_TOOLS("ffprobe", "mkvinfo");
+  if (Count("for t in ffprobe mkvinfo; do command -v $t; done | wc -l") != 2) {
+    const char* ci = std::getenv("CI");  // where the whole suite must run
+    if (ci != nullptr && std::string(ci) == "true") FAIL() << "missing ffprobe or mkvinfo";
+    GTEST_SKIP() << "missing ffprobe or mkvinfo";
+  }
   const TempDir dir;
   const std::string path = dir.Path("long.mkv");
   for (const bool killed : {true, false}) {
@@ -226,10 +240,12 @@ TEST(Crash, KilledHostAndFailingWritesLeaveCompletedClustersIntact) {
         EXPECT_EQ(block.frames, std::vector<Bytes>{fed}) << block.time();
       }
       EXPECT_GT(compared, killed ? 5000U : 500U);
-      EXPECT_GE(ProbePackets(path, "v:0").size() + ProbePackets(path, "a:0").size(), compared);
-      std::string clusters;  // mkvinfo -v lists every Cluster it reads
-      RunCommand("mkvinfo -v '" + path + "' | grep -c '^|+ Cluster$'", &clusters);
-      EXPECT_GE(std::stoul(clusters), file.cluster_positions.size() - 1);
+      EXPECT_GE(
+          Count("ffprobe -v quiet -show_entries packet=pts -of csv=p=0 '" + path + "' | wc -l"),
+          compared);
+      // mkvinfo -v lists every Cluster it reads.
+      EXPECT_GE(Count("mkvinfo -v '" + path + "' | grep -c '^|+ Cluster$'"),
+                file.cluster_positions.size() - 1);
     }
   }
 }
