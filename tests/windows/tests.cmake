@@ -2,11 +2,10 @@
 # WIN32), which makes the Windows test programs, and by the Linux build, which
 # makes the Linux side of the scenario host and the tests that build the cross
 # tree, check the DLL's tables and run the Windows programs under wine.
-set(kx_scenario_host ${CMAKE_CURRENT_LIST_DIR}/scenario_host.c)
+add_executable(scenario_host ${CMAKE_CURRENT_LIST_DIR}/scenario_host.c)
+target_include_directories(scenario_host PRIVATE ${PROJECT_SOURCE_DIR})
 
 if(WIN32)
-  add_executable(scenario_host ${kx_scenario_host})
-  target_include_directories(scenario_host PRIVATE ${PROJECT_SOURCE_DIR})
   # Loaded at run time, but useless without.
   add_dependencies(scenario_host kx_mkv YR_Log YR_Utility)
   # GoogleTest from Debian's sources (package googletest), for the platform
@@ -18,9 +17,7 @@ if(WIN32)
 endif()
 
 # The Linux side: the same host in strict C, loading libkx_mkv.so.
-add_executable(scenario_host ${kx_scenario_host})
 set_target_properties(scenario_host PROPERTIES C_STANDARD 11 C_EXTENSIONS OFF)
-target_include_directories(scenario_host PRIVATE ${PROJECT_SOURCE_DIR})
 target_compile_options(scenario_host PRIVATE -pedantic -Werror)
 target_link_libraries(scenario_host PRIVATE ${CMAKE_DL_LIBS})
 add_dependencies(scenario_host kx_mkv)
