@@ -32,11 +32,9 @@ class MkvFileTest : public ::testing::Test {
   void SetUp() override { platform::PinCurrentUnixTime(978307200 + 800000000); }
   void TearDown() override { platform::PinCurrentUnixTime(std::nullopt); }
 
-  MatroskaFile Make(const MediaFileParams& params, const std::function<void(TableFile&)>& feed,
-                    const std::u16string& name = u"out.mkv") {
-    path_ = (dir_.path() / std::string(name.begin(), name.end())).string();
+  MatroskaFile Make(const MediaFileParams& params, const std::function<void(TableFile&)>& feed) {
     const std::string container(reinterpret_cast<const char*>(&params.containerFourcc), 4);
-    TableFile file(Row(container.c_str()), dir_.WidePath(name), params);
+    TableFile file(Row(container.c_str()), dir_.WidePath(u"out.mkv"), params);
     EXPECT_TRUE(file.ok());
     feed(file);
     file.Close();
@@ -44,7 +42,7 @@ class MkvFileTest : public ::testing::Test {
   }
 
   TempDir dir_;
-  std::string path_;
+  std::string path_ = dir_.Path("out.mkv");
 };
 
 MediaFileParams Vp9Ac3() { return FileParams("MKV ", "VP9 ", 320, 240, 25, "AC3 ", 48000, 2); }
@@ -244,8 +242,8 @@ TEST_F(MkvFileTest, NothingLeaksIntoTheNextFile) {
     f.Video(Bytes(8, 1), 0, 400000, true);
     f.Audio(Bytes(8, 2), 0, 320000);
   };
-  const MatroskaFile first = Make(Vp9Ac3(), feed, u"first.mkv");
-  const MatroskaFile second = Make(Vp9Ac3(), feed, u"second.mkv");
+  const MatroskaFile first = Make(Vp9Ac3(), feed);
+  const MatroskaFile second = Make(Vp9Ac3(), feed);
   ASSERT_TRUE(webm.parsed && first.parsed && second.parsed);
   const auto& [v1, a1, v2, a2] =
       std::tie(first.tracks[0], first.tracks[1], second.tracks[0], second.tracks[1]);

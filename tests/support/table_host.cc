@@ -53,12 +53,11 @@ int32_t TableFile::Video(Bytes data, int64_t start, int64_t duration, bool key) 
   return row_.WriteVideoData(handle_, &sample);
 }
 
-int32_t TableFile::Audio(const Bytes& data, int64_t start, int64_t duration,
+int32_t TableFile::Audio(Bytes data, int64_t start, int64_t duration,
                          const std::vector<uint32_t>& frame_sizes) {
-  Bytes copy = data;
   MediaSample sample{};
-  sample.audioData = copy.data();
-  sample.audioSize = static_cast<int32_t>(copy.size());
+  sample.audioData = data.data();
+  sample.audioSize = static_cast<int32_t>(data.size());
   sample.start = start;
   sample.duration = static_cast<int32_t>(duration);
   // A FrameSizeTable: the count, then the sizes.

@@ -39,7 +39,7 @@ class TableFile {
   int32_t Video(Bytes data, int64_t start, int64_t duration, bool key);
   // Non-empty `frame_sizes` go along as a FrameSizeTable: `data` holds
   // several frames back to back.
-  int32_t Audio(const Bytes& data, int64_t start, int64_t duration,
+  int32_t Audio(Bytes data, int64_t start, int64_t duration,
                 const std::vector<uint32_t>& frame_sizes = {});
   void VideoExtra(const Bytes& first, const Bytes& second);
   void AudioExtra(const Bytes& config);

@@ -1,8 +1,5 @@
 #include "tests/support/temp_dir.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -20,12 +17,7 @@ TempDir::TempDir() {
                                          ? std::filesystem::path(base)
                                          : std::filesystem::temp_directory_path();
   std::filesystem::create_directories(root);
-  std::string name = "kx_test";
-  if (const auto* info = ::testing::UnitTest::GetInstance()->current_test_info()) {
-    name = std::string(info->test_suite_name()) + "." + info->name();
-    std::replace(name.begin(), name.end(), '/', '_');  // parameterised names
-  }
-  std::string pattern = (root / (name + "_XXXXXX")).string();
+  std::string pattern = (root / "kx_test_XXXXXX").string();
   if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed: " + pattern);
   path_ = pattern;
 }
