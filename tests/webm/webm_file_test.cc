@@ -37,13 +37,6 @@ class WebmFileTest : public ::testing::Test {
     f.Audio(Bytes(8, 2), 0, 24 * kMs);
   }
 
-  // The cue times, all of which must name `track`.
-  static std::vector<uint64_t> CueTimes(const MatroskaFile& file, uint64_t track) {
-    std::vector<uint64_t> times;
-    for (const CueInfo& cue : file.cues) times.push_back(cue.track == track ? cue.time : ~0ULL);
-    return times;
-  }
-
   TempDir dir_;
   std::string path_ = dir_.Path("out.webm");
 };
@@ -111,7 +104,9 @@ TEST_F(WebmFileTest, AudioOnlyFileCuesWholeSamplesButNotSplitFrames) {
   std::vector<bool> keys;
   for (const BlockInfo& block : file.BlocksOfTrack(2)) keys.push_back(block.key);
   EXPECT_EQ(keys, (std::vector<bool>{true, false, false, false, true}));
-  EXPECT_EQ(CueTimes(file, 2), (std::vector<uint64_t>{0, 2200}));
+  std::vector<std::pair<uint64_t, uint64_t>> cues;  // time, track
+  for (const CueInfo& cue : file.cues) cues.emplace_back(cue.time, cue.track);
+  EXPECT_EQ(cues, (std::vector<std::pair<uint64_t, uint64_t>>{{0, 2}, {2200, 2}}));
 }
 
 // Configuration data arriving after the first flush is copied into the
