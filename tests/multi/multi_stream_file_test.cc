@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "src/platform/clock.h"
+#include "src/platform/crt_rand.h"
 #include "src/platform/utf16.h"
 #include "src/plugin/multi_stream_entry.h"
 #include "tests/support/log_capture.h"
@@ -181,6 +182,41 @@ TEST_F(MultiStreamFileTest, DurationIsTheLatestSampleEnd) {
   const test::MatroskaFile file = out.Finish();
   EXPECT_EQ(file.doc_type, "matroska");  // VP9 in a Matroska file
   EXPECT_DOUBLE_EQ(file.duration, 750.0);
+}
+
+// The same streams through both tables, numbered alike (OutStreamIndex 1 and
+// 2 make TrackNumbers 2 and 3, as the single-stream tracks have): the files
+// differ only in the EBML header's versions and in the Duration's source.
+TEST_F(MultiStreamFileTest, BothTablesDifferOnlyWhereTheRulesSay) {
+  MediaFileParams params = Record({2, 0, "I264"});
+  params.audio.fourcc = test::Code("AC3 ");
+  params.containerFourcc = test::Code("MKV ");
+  platform::ResetCrtRand();  // the same TrackUIDs in both files
+  test::TableFile single(test::Row("MKV "), dir_.WidePath(u"single.mkv"), params);
+  for (int i = 0; i < 12; ++i) {  // a key frame each 6th; audio of 30 ms
+    single.Video(Slice(i % 6 == 0 ? 5 : 1, i), i * 40 * kMs, 40 * kMs, i % 6 == 0);
+    single.Audio({static_cast<uint8_t>(i), 7}, i * 40 * kMs, 30 * kMs);
+  }
+  single.Close();
+  platform::ResetCrtRand();
+  MultiFile multi(Path("multi.mkv"), {{2, 1, "I264"}, {3, 2, "AC3 "}});
+  for (int i = 0; i < 12; ++i) {
+    multi.Write(1, Slice(i % 6 == 0 ? 5 : 1, i), i * 40, 40, i % 6 == 0);
+    multi.Write(2, {static_cast<uint8_t>(i), 7}, i * 40, 30);
+  }
+  const test::MatroskaFile y = multi.Finish();
+  const test::MatroskaFile x = test::ReadMatroskaFile(Path("single.mkv"));
+  const std::string a = test::ReadFileBytes(Path("single.mkv"));
+  const std::string b = test::ReadFileBytes(Path("multi.mkv"));
+  ASSERT_EQ(a.size(), b.size());
+  size_t differing = 0;
+  for (size_t i = 0; i < a.size(); ++i) differing += a[i] != b[i] ? 1 : 0;
+  EXPECT_LE(differing, 6U);  // two version bytes, four of the float
+  EXPECT_EQ(x.doc_type_version, 1U);
+  EXPECT_EQ(y.doc_type_version, 2U);
+  EXPECT_DOUBLE_EQ(x.duration, 360.0);  // the audio durations' sum
+  EXPECT_DOUBLE_EQ(y.duration, 480.0);  // the latest end, of the last video frame
+  EXPECT_EQ(y.blocks.size(), 24U);
 }
 
 // WebM tracks write SimpleBlocks, unless a VP8 or VP9 video record asks for
