@@ -121,9 +121,7 @@ class TrackEntryTest : public MkvFileTest, public ::testing::WithParamInterface<
 
 TEST_P(TrackEntryTest, ChildrenReadersDependOn) {
   const TrackCase& c = GetParam();
-  AspectRatioRecord aspect{};
-  aspect.numerator = c.aspect_numerator;
-  aspect.denominator = c.aspect_denominator;
+  const AspectRatioRecord aspect{{}, c.aspect_numerator, c.aspect_denominator, {}};
   Row("MKV ").SetDisplayAspectRatio(&aspect);
   const MatroskaFile file = Make(c.params, [](TableFile& f) {
     f.Video(Bytes(8, 1), 0, 400000, true);
@@ -131,8 +129,7 @@ TEST_P(TrackEntryTest, ChildrenReadersDependOn) {
   });
   ASSERT_TRUE(file.parsed);
   ASSERT_EQ(file.tracks.size(), 2U);
-  const TrackInfo& v = file.tracks[0];
-  const TrackInfo& a = file.tracks[1];
+  const auto& [v, a] = std::tie(file.tracks[0], file.tracks[1]);
   EXPECT_EQ(std::tie(v.number, v.type, v.codec_id, v.default_duration),
             std::make_tuple(2U, 1U, std::string(c.video_codec), c.default_duration));
   EXPECT_EQ(std::tie(v.pixel_width, v.pixel_height, v.display_width, v.display_height),
@@ -234,9 +231,7 @@ TEST_F(MkvFileTest, NothingLeaksIntoTheNextFile) {
   platform::ResetCrtRand();
   const MatroskaFile webm = Make(FileParams("WEBM", "VP9 ", 320, 240, 25, nullptr, 0, 0),
                                  [](TableFile& f) { f.Video(Bytes(8, 1), 0, 400000, true); });
-  AspectRatioRecord aspect{};
-  aspect.numerator = 16;
-  aspect.denominator = 9;
+  const AspectRatioRecord aspect{{}, 16, 9, {}};
   Row("MKV ").SetDisplayAspectRatio(&aspect);
   const auto feed = [](TableFile& f) {
     f.Video(Bytes(8, 1), 0, 400000, true);

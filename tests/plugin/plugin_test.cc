@@ -55,15 +55,14 @@ Bytes ListBytes(const std::string& codes) {
   return bytes;
 }
 
-// Little-endian 8-byte words: pointers, null, the flag.
+// `bytes` and then little-endian 8-byte words: pointers, null, the flag.
 template <typename... T>
-Bytes Words(T... values) {
+Bytes Words(Bytes bytes, T... values) {
   const auto word = [](auto v) -> uint64_t {
     if constexpr (std::is_integral_v<decltype(v)>) return static_cast<uint64_t>(v);
     if constexpr (std::is_null_pointer_v<decltype(v)>) return 0;
     if constexpr (std::is_pointer_v<decltype(v)>) return reinterpret_cast<uintptr_t>(v);
   };
-  Bytes bytes;
   for (const uint64_t value : {word(values)...}) {
     const Bytes one = Memory(&value, 8);
     bytes.insert(bytes.end(), one.begin(), one.end());
@@ -96,20 +95,15 @@ TEST(Catalogue, RecordsByteForByte) {
         EXPECT_EQ(Memory(*lists, (strlen(codes) / 4 + 1) * 8), ListBytes(codes));
       }
     }
-    Bytes single = head;
-    const Bytes tail = Words(f.audioCodecs, f.videoCodecs, &CreateMediaFile, &WriteAudioData,
-                             video ? &WriteVideoData : nullptr, &CloseMediaFile,
-                             &WriteAudioExtraData, video ? &WriteVideoExtraData : nullptr,
-                             row == 0 ? 1 : 0, video ? &SetDisplayAspectRatio : nullptr);
-    single.insert(single.end(), tail.begin(), tail.end());
-    EXPECT_EQ(Memory(&f, 488), single);
-    Bytes multi = head;
-    const Bytes multi_tail =
-        Words(m.audioCodecs, m.videoCodecs, nullptr, &CreateMediaFileMultiStream,
-              &AddStreamInfoMultiStream, &InitMediaFileMultiStream, &WriteSampleMultiStream,
-              &CloseMediaFileMultiStream, &WriteExtraDataMultiStream, 1);
-    multi.insert(multi.end(), multi_tail.begin(), multi_tail.end());
-    EXPECT_EQ(Memory(&m, 488), multi);
+    EXPECT_EQ(Memory(&f, 488),
+              Words(head, f.audioCodecs, f.videoCodecs, &CreateMediaFile, &WriteAudioData,
+                    video ? &WriteVideoData : nullptr, &CloseMediaFile, &WriteAudioExtraData,
+                    video ? &WriteVideoExtraData : nullptr, row == 0 ? 1 : 0,
+                    video ? &SetDisplayAspectRatio : nullptr));
+    EXPECT_EQ(Memory(&m, 488),
+              Words(head, m.audioCodecs, m.videoCodecs, nullptr, &CreateMediaFileMultiStream,
+                    &AddStreamInfoMultiStream, &InitMediaFileMultiStream, &WriteSampleMultiStream,
+                    &CloseMediaFileMultiStream, &WriteExtraDataMultiStream, 1));
   }
   EXPECT_EQ(Memory(GetFileFormats() + 5, 488), Bytes(488, 0));
   EXPECT_EQ(Memory(GetFileMultiStreamFormats() + 5, 488), Bytes(488, 0));

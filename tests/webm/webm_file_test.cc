@@ -75,14 +75,11 @@ TEST_F(WebmFileTest, TracksAreNumberedOneAndTwoWithTheWebmCodecTable) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.video);
-    AspectRatioRecord aspect{};
-    aspect.numerator = 4;
-    aspect.denominator = 3;
+    const AspectRatioRecord aspect{{}, 4, 3, {}};
     SetDisplayAspectRatio(&aspect);
     const MatroskaFile file = Make(c.video, c.audio, OneEach);
     ASSERT_TRUE(file.parsed);
-    const TrackInfo* video = file.Track(1);
-    const TrackInfo* audio = file.Track(2);
+    const auto [video, audio] = std::pair(file.Track(1), file.Track(2));
     ASSERT_TRUE(video != nullptr && audio != nullptr);
     EXPECT_EQ(video->codec_id + " " + audio->codec_id, c.codecs);
     EXPECT_EQ(video->default_duration, 40000000U);
