@@ -55,13 +55,13 @@ void BlockGroup::VisitChildren(ChildVisitor& visitor) const {
   visitor.Visit(block_additions);
 }
 
-Extent BlockGroup::Measure() const { return IsPlain() ? PlainExtent() : Master::Measure(); }
+Extent BlockGroup::Measure() const { return IsPlain() ? LayOutPlain().group : Master::Measure(); }
 
 Extent BlockGroup::Plan(SizePlan& plan) const {
   if (!IsPlain()) {
     return Master::Plan(plan);
   }
-  const Extent extent = PlainExtent();
+  const Extent extent = LayOutPlain().group;
   plan.Add(extent);
   return extent;
 }
@@ -71,20 +71,51 @@ bool BlockGroup::IsPlain() const {
          block_additions.block_more.block_additional.empty();
 }
 
-uint64_t BlockGroup::PlainAdditionsPayload(uint64_t more_payload) const {
-  return block_additions.block_more.HeaderSize(more_payload) + more_payload;
-}
-
-Extent BlockGroup::PlainExtent() const {
+BlockGroup::PlainLayout BlockGroup::LayOutPlain() const {
+  PlainLayout layout;
   const Extent block_extent = block.Measure();
-  const uint64_t additions =
-      PlainAdditionsPayload(block_additions.block_more.block_add_id.FullSize());
-  Extent extent =
+  layout.block_payload = block_extent.payload;
+  layout.more_payload = block_additions.block_more.block_add_id.FullSize();
+  layout.additions_payload =
+      block_additions.block_more.HeaderSize(layout.more_payload) + layout.more_payload;
+  layout.group =
       Standard(block_duration.FullSize() + reference_priority.FullSize() +
                reference_block.FullSize() + reference_virtual.FullSize() + block_extent.total() +
-               block_additions.HeaderSize(additions) + additions);
-  extent.codable = extent.codable && block_extent.codable;
-  return extent;
+               block_additions.HeaderSize(layout.additions_payload) + layout.additions_payload);
+  layout.group.codable = layout.group.codable && block_extent.codable;
+  return layout;
+}
+
+bool BlockGroup::AppendTo(ElementImage& image) {
+  if (!IsPlain()) {
+    return Write(image) >= 0;
+  }
+  const PlainLayout layout = LayOutPlain();
+  if (!layout.group.codable) {
+    return false;
+  }
+  image.Commit(EncodePlainHead(layout, image.Reserve(kPlainHeadRoom)));
+  block.AppendFrame(image);
+  image.Commit(EncodePlainTail(layout, image.Reserve(kPlainTailRoom)));
+  return true;
+}
+
+size_t BlockGroup::EncodePlainHead(const PlainLayout& layout, uint8_t* out) const {
+  size_t n = EncodeHeader(layout.group.payload, out);
+  n += block_duration.Encode(out + n);
+  n += reference_priority.Encode(out + n);
+  n += reference_block.Encode(out + n);
+  n += reference_virtual.Encode(out + n);
+  n += block.EncodeHead(layout.block_payload, out + n);
+  return n;
+}
+
+size_t BlockGroup::EncodePlainTail(const PlainLayout& layout, uint8_t* out) const {
+  const BlockMore& more = block_additions.block_more;
+  size_t n = block_additions.EncodeHeader(layout.additions_payload, out);
+  n += more.EncodeHeader(layout.more_payload, out + n);
+  n += more.block_add_id.Encode(out + n);
+  return n;
 }
 
 int32_t BlockGroup::EmitPlanned(kx::IStream& stream, const Extent& extent, SizePlan& plan) const {
@@ -93,21 +124,14 @@ int32_t BlockGroup::EmitPlanned(kx::IStream& stream, const Extent& extent, SizeP
   }
   // Head, frame and tail are laid out in one buffer and written at once when
   // the frame is small; a large frame goes to the stream on its own.
-  constexpr size_t kHeadRoom = kMaxHeaderBytes + 4 * kMaxScalarBytes + CBlock::kMaxHeadBytes;
-  constexpr size_t kTailRoom = 2 * kMaxHeaderBytes + kMaxScalarBytes;
   constexpr size_t kSmallFrame = 256;
-  std::array<uint8_t, kHeadRoom + kSmallFrame + kTailRoom> out;  // only written bytes are used
-  size_t n = EncodeHeader(extent.payload, out.data());
-  n += block_duration.Encode(out.data() + n);
-  n += reference_priority.Encode(out.data() + n);
-  n += reference_block.Encode(out.data() + n);
-  n += reference_virtual.Encode(out.data() + n);
-  n += block.EncodeHead(block.Measure().payload, out.data() + n);
-
+  std::array<uint8_t, kPlainHeadRoom + kSmallFrame + kPlainTailRoom>
+      out;  // only written bytes are used
+  const PlainLayout layout = LayOutPlain();
+  size_t n = EncodePlainHead(layout, out.data());
   const uint8_t* frame = block.frames.empty() ? nullptr : block.frames.front().data();
   const size_t frame_size = block.frames.empty() ? 0 : block.frames.front().size();
-  const bool small = frame_size <= kSmallFrame;
-  if (small) {
+  if (frame_size <= kSmallFrame) {
     if (frame_size != 0) {
       std::memcpy(out.data() + n, frame, frame_size);
     }
@@ -117,11 +141,7 @@ int32_t BlockGroup::EmitPlanned(kx::IStream& stream, const Extent& extent, SizeP
     ChunkWriter::WriteAll(stream, frame, frame_size);
     n = 0;
   }
-  const BlockMore& more = block_additions.block_more;
-  const uint64_t more_payload = more.block_add_id.FullSize();
-  n += block_additions.EncodeHeader(PlainAdditionsPayload(more_payload), out.data() + n);
-  n += more.EncodeHeader(more_payload, out.data() + n);
-  n += more.block_add_id.Encode(out.data() + n);
+  n += EncodePlainTail(layout, out.data() + n);
   stream.Write(out.data(), static_cast<uint32_t>(n));
   return kx::kOk;
 }

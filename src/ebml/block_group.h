@@ -43,6 +43,11 @@ class BlockGroup : public Master {
   [[nodiscard]] Extent Measure() const override;
   Extent Plan(SizePlan& plan) const override;
 
+  // Codes the whole group at the end of `image`, with the bytes Write gives;
+  // the storage of a large frame moves into the image. Returns false, adding
+  // nothing, for a group without coding.
+  bool AppendTo(ElementImage& image);
+
   CUInt block_duration;
   CUInt reference_priority;
   CInt reference_block;
@@ -61,9 +66,20 @@ class BlockGroup : public Master {
   // bytes the walk over its children would give, a few times faster; any
   // other group takes the walk.
   [[nodiscard]] bool IsPlain() const;
-  [[nodiscard]] Extent PlainExtent() const;
-  // Payload of BlockAdditions around a BlockMore of `more_payload` bytes.
-  [[nodiscard]] uint64_t PlainAdditionsPayload(uint64_t more_payload) const;
+  struct PlainLayout {
+    Extent group;
+    uint64_t block_payload = 0;
+    uint64_t more_payload = 0;       // BlockMore
+    uint64_t additions_payload = 0;  // BlockAdditions
+  };
+  [[nodiscard]] PlainLayout LayOutPlain() const;
+  // What comes before and after the frame in the usual group; `out` has room
+  // for kPlainHeadRoom or kPlainTailRoom bytes. Return the bytes coded.
+  static constexpr size_t kPlainHeadRoom =
+      kMaxHeaderBytes + 4 * kMaxScalarBytes + CBlock::kMaxHeadBytes;
+  static constexpr size_t kPlainTailRoom = 2 * kMaxHeaderBytes + kMaxScalarBytes;
+  size_t EncodePlainHead(const PlainLayout& layout, uint8_t* out) const;
+  size_t EncodePlainTail(const PlainLayout& layout, uint8_t* out) const;
 };
 
 }  // namespace MatroskaWriter

@@ -1,6 +1,8 @@
 #include "src/ebml/blocks.h"
 
 #include <array>
+#include <cstring>
+#include <utility>
 
 #include "src/ebml/chunk_writer.h"
 #include "src/ebml/length.h"
@@ -63,6 +65,35 @@ int32_t CBlock::Emit(kx::IStream& stream, const Extent& extent) const {
   }
   writer.Flush();
   return kx::kOk;
+}
+
+bool CBlock::AppendTo(ElementImage& image) {
+  const Extent extent = Measure();
+  if (!extent.codable) {
+    return false;
+  }
+  if (frames.size() != 1) {
+    return Write(image) >= 0;  // laced, or no frame at all: the general coding
+  }
+  image.Commit(EncodeHead(extent.payload, image.Reserve(kMaxHeadBytes)));
+  AppendFrame(image);
+  return true;
+}
+
+void CBlock::AppendFrame(ElementImage& image) {
+  if (frames.empty()) {
+    return;
+  }
+  std::vector<uint8_t>& frame = frames.front();
+  if (frame.size() >= ElementImage::kTakenFrameBytes) {
+    image.Take(std::move(frame), track_number);
+    frame = {};
+    return;
+  }
+  if (!frame.empty()) {
+    std::memcpy(image.Reserve(frame.size()), frame.data(), frame.size());
+    image.Commit(frame.size());
+  }
 }
 
 void CBlock::Reset() {

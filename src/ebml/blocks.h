@@ -9,6 +9,7 @@
 
 #include "src/ebml/cid.h"
 #include "src/ebml/element_ids.h"
+#include "src/ebml/element_image.h"
 
 namespace MatroskaWriter {
 
@@ -31,6 +32,14 @@ class CBlock : public CID {
   // for kMaxHeadBytes; returns the number of bytes.
   static constexpr size_t kMaxHeadBytes = kMaxHeaderBytes + 8 + 3;
   size_t EncodeHead(uint64_t payload, uint8_t* out) const;
+
+  // Codes the whole block at the end of `image`, with the bytes Write gives;
+  // the storage of a large single frame moves into the image (owned by the
+  // track number). Returns false, adding nothing, for a block without coding.
+  bool AppendTo(ElementImage& image);
+  // Appends the block's first frame (if any) to `image`, taken over when it
+  // is large.
+  void AppendFrame(ElementImage& image);
 
   uint64_t track_number = 0;
   // Milliseconds; relative to the cluster once the block is in one. Only the

@@ -10,7 +10,7 @@
 
 namespace MatroskaWriter {
 
-CID::CID(uint32_t id) : id_(id) {}
+CID::CID(uint32_t id) : id_(id) { CodeId(); }
 
 CID::~CID() = default;
 

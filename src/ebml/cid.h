@@ -9,8 +9,10 @@
 #ifndef KX_EBML_CID_H_
 #define KX_EBML_CID_H_
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "src/ebml/vint.h"
 #include "src/io/istream.h"
@@ -55,7 +57,10 @@ class CID {
   virtual ~CID();
 
   [[nodiscard]] uint32_t id() const { return id_; }
-  void set_id(uint32_t id) { id_ = id; }
+  void set_id(uint32_t id) {
+    id_ = id;
+    CodeId();
+  }
 
   // Payload size, or the full size with ID and size field. An element that is
   // left out of the file (unset value, empty text) is 0 either way.
@@ -70,7 +75,7 @@ class CID {
   // no coding is counted with an 8-byte field (Write refuses it anyway).
   [[nodiscard]] uint64_t HeaderSize(uint64_t payload_size) const {
     const int width = payload_size > kMaxKnownSize ? 8 : vint::Width(payload_size);
-    return static_cast<uint64_t>(IdWidth(id_)) + static_cast<uint64_t>(width);
+    return static_cast<uint64_t>(id_width_) + static_cast<uint64_t>(width);
   }
 
   // The element's layout. A bare CID is just its ID bytes (the payload of a
@@ -87,8 +92,8 @@ class CID {
   // Codes ID and minimal size field for `payload` into `out` (at least
   // kMaxHeaderBytes); returns the number of bytes.
   size_t EncodeHeader(uint64_t payload, uint8_t* out) const {
-    const size_t id_bytes = EncodeId(id_, out);
-    return id_bytes + vint::Encode(payload, vint::Width(payload), out + id_bytes);
+    std::memcpy(out, id_code_.data(), id_code_.size());  // the bytes past the ID are overwritten
+    return id_width_ + vint::Encode(payload, vint::Width(payload), out + id_width_);
   }
 
   // Bytes of an ID: up to and including its highest non-zero byte (0 for 0).
@@ -133,7 +138,12 @@ class CID {
   int32_t WriteWithBytes(kx::IStream& stream, const uint8_t* data, uint64_t size) const;
 
  private:
+  // Every header of the element starts with the same ID bytes: coded once.
+  void CodeId() { id_width_ = EncodeId(id_, id_code_.data()); }
+
   uint32_t id_;
+  std::array<uint8_t, 4> id_code_{};
+  size_t id_width_ = 0;
 };
 
 }  // namespace MatroskaWriter

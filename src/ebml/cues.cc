@@ -1,5 +1,8 @@
 #include "src/ebml/cues.h"
 
+#include <array>
+#include <cstring>
+
 namespace MatroskaWriter {
 
 CueTrackPosition::CueTrackPosition()
@@ -23,8 +26,42 @@ void CuePoint::VisitChildren(ChildVisitor& visitor) const {
   positions.Visit(visitor);
 }
 
-Cue::Cue(uint32_t id) : Master(id) {}
+// The usual point (one position) is coded in one piece, a few times faster
+// than the walk over its children: the children are coded first and each
+// master's size field is the length of what was coded for it, so no size is
+// computed apart from the bytes. Any other point takes the walk.
+bool CuePoint::AppendTo(ElementImage& image) const {
+  if (positions.size() != 1) {
+    return Write(image) >= 0;
+  }
+  const CueTrackPosition& position = positions.front();
+  std::array<uint8_t, 4 * kMaxScalarBytes> inner;  // only coded bytes are used
+  size_t inner_size = position.cue_track.Encode(inner.data());
+  inner_size += position.cue_cluster_position.Encode(inner.data() + inner_size);
+  inner_size += position.cue_block_number.Encode(inner.data() + inner_size);
+  inner_size += position.cue_codec_state.Encode(inner.data() + inner_size);
+  std::array<uint8_t, kMaxScalarBytes> time;
+  const size_t time_size = cue_time.Encode(time.data());
 
-void Cue::VisitChildren(ChildVisitor& visitor) const { points.Visit(visitor); }
+  const uint64_t payload = time_size + position.HeaderSize(inner_size) + inner_size;
+  uint8_t* out = image.Reserve(2 * kMaxHeaderBytes + time_size + inner_size);
+  size_t n = EncodeHeader(payload, out);
+  std::memcpy(out + n, time.data(), time_size);
+  n += time_size;
+  n += position.EncodeHeader(inner_size, out + n);
+  std::memcpy(out + n, inner.data(), inner_size);
+  image.Commit(n + inner_size);
+  return true;
+}
+
+Cue::Cue(uint32_t id) : CID(id) {}
+
+void Cue::Add(const CuePoint& point) { ended_ = ended_ || !point.AppendTo(points_); }
+
+int32_t Cue::Emit(kx::IStream& stream, const Extent& extent) const {
+  WriteHeader(stream, extent.payload);
+  points_.WriteTo(stream);
+  return kx::kOk;
+}
 
 }  // namespace MatroskaWriter

@@ -7,6 +7,7 @@
 
 #include "src/ebml/child_list.h"
 #include "src/ebml/element_ids.h"
+#include "src/ebml/element_image.h"
 #include "src/ebml/master.h"
 #include "src/ebml/scalars.h"
 
@@ -31,6 +32,10 @@ class CuePoint : public Master {
  public:
   CuePoint();
 
+  // Codes the point at the end of `image`, with the bytes Write gives.
+  // Returns false, adding nothing, for a point without coding.
+  bool AppendTo(ElementImage& image) const;
+
   CUInt cue_time;
   ChildList<CueTrackPosition> positions;
 
@@ -38,15 +43,26 @@ class CuePoint : public Master {
   void VisitChildren(ChildVisitor& visitor) const override;
 };
 
-// The Cues element.
-class Cue : public Master {
+// The Cues element. A point is coded when it is added, so that a long file's
+// index is held as its bytes rather than as thousands of element objects,
+// and the caller can fill one CuePoint again for the next.
+class Cue : public CID {
  public:
   explicit Cue(uint32_t id = ids::kCues);
 
-  ChildList<CuePoint> points;
+  // Adds `point` after the others; a point that has no coding ends the list,
+  // as a failed child ends a list write.
+  void Add(const CuePoint& point);
+  [[nodiscard]] bool empty() const { return points_.empty(); }
+
+  [[nodiscard]] Extent Measure() const override { return Standard(points_.size()); }
 
  protected:
-  void VisitChildren(ChildVisitor& visitor) const override;
+  int32_t Emit(kx::IStream& stream, const Extent& extent) const override;
+
+ private:
+  ElementImage points_;
+  bool ended_ = false;
 };
 
 }  // namespace MatroskaWriter

@@ -12,7 +12,7 @@ namespace MatroskaWriter {
 
 // Payload: the value's bytes from its highest non-zero byte down; 0 is one
 // byte 00.
-class CUInt : public CSimpleVar<uint64_t> {
+class CUInt final : public CSimpleVar<uint64_t> {
  public:
   explicit CUInt(uint32_t id) : CSimpleVar(id) {}
 
@@ -22,7 +22,7 @@ class CUInt : public CSimpleVar<uint64_t> {
 };
 
 // Payload: the shortest two's complement form that keeps the sign.
-class CInt : public CSimpleVar<int64_t> {
+class CInt final : public CSimpleVar<int64_t> {
  public:
   explicit CInt(uint32_t id) : CSimpleVar(id) {}
 
@@ -33,7 +33,7 @@ class CInt : public CSimpleVar<int64_t> {
 
 // Payload: always the 4-byte IEEE-754 single-precision pattern, so that a
 // float written early (Duration) can be rewritten in place.
-class CFloat : public CSimpleVar<float> {
+class CFloat final : public CSimpleVar<float> {
  public:
   explicit CFloat(uint32_t id) : CSimpleVar(id) {}
 

@@ -21,7 +21,7 @@ class SizePlan {
   // A master: reserves its entry before its children are added...
   size_t Open() {
     if (entries_.empty()) {
-      entries_.reserve(kTypicalTree);  // a Cluster of some dozen blocks
+      entries_.reserve(kTypicalTree);
     }
     entries_.push_back({});
     return entries_.size() - 1;
@@ -44,7 +44,7 @@ class SizePlan {
   }
 
  private:
-  static constexpr size_t kTypicalTree = 256;
+  static constexpr size_t kTypicalTree = 32;  // a CuePoint, a TrackEntry
 
   struct Entry {
     Extent extent;

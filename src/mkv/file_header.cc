@@ -1,6 +1,7 @@
 // The start of the file (EBML header, Segment, reserved area, Info), the
 // Tracks element and the in-place updates of codec private data.
 #include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -35,7 +36,9 @@ MatroskaFileWriter::MatroskaFileWriter(int64_t cluster_span_ms)
       cluster_(ids::kCluster),
       cues_(ids::kCues),
       cluster_seek_head_(ids::kSeekHead),
-      main_seek_head_(ids::kSeekHead) {}
+      main_seek_head_(ids::kSeekHead) {
+  cue_point_.positions.Append(std::make_unique<MatroskaWriter::CueTrackPosition>());
+}
 
 MatroskaFileWriter::~MatroskaFileWriter() = default;
 

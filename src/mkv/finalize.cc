@@ -56,7 +56,7 @@ void MatroskaFileWriter::Finalize() {
   if (cluster_.HasBlocks()) {
     WriteCluster();
   }
-  if (!cues_.points.empty()) {
+  if (!cues_.empty()) {
     AppendSeek(main_seek_head_, ids::kCues, Tell());
     cues_.Write(*this);
   }

@@ -123,7 +123,8 @@ void MatroskaFileWriter::TakeIntoCluster(MatroskaStream& track) {
   last_written_time_ = ToTicks(block.start);
 
   block.start = relative;
-  std::move(queued).MoveInto(cluster_);
+  queued.AddTo(cluster_);
+  track.Recycle(std::move(queued));
 }
 
 void MatroskaFileWriter::AddCuePoint(const MatroskaWriter::CBlock& block) {
@@ -132,16 +133,16 @@ void MatroskaFileWriter::AddCuePoint(const MatroskaWriter::CBlock& block) {
   if (position == last_cue_pos_ && last_cue_time_ + kCueSpacingMs >= block.start) {
     return;
   }
-  auto point = std::make_unique<MatroskaWriter::CuePoint>();
-  point->cue_time.Set(static_cast<uint64_t>(block.start));
-  auto track_position = std::make_unique<MatroskaWriter::CueTrackPosition>();
-  track_position->cue_track.Set(block.track_number);
-  track_position->cue_cluster_position.Set(static_cast<uint64_t>(position));
+  cue_point_.cue_time.Set(static_cast<uint64_t>(block.start));
+  MatroskaWriter::CueTrackPosition& track_position = cue_point_.positions.front();
+  track_position.cue_track.Set(block.track_number);
+  track_position.cue_cluster_position.Set(static_cast<uint64_t>(position));
   if (cluster_.HasBlocks()) {
-    track_position->cue_block_number.Set(cue_block_counter_);
+    track_position.cue_block_number.Set(cue_block_counter_);
+  } else {
+    track_position.cue_block_number.Clear();
   }
-  point->positions.Append(std::move(track_position));
-  cues_.points.Append(std::move(point));
+  cues_.Add(cue_point_);
   last_cue_pos_ = position;
   last_cue_time_ = block.start;
 }
@@ -152,22 +153,12 @@ void MatroskaFileWriter::WriteCluster() {
 }
 
 void MatroskaFileWriter::RecycleClusterBlocks() {
-  const auto track_of = [this](const MatroskaWriter::CBlock& block) -> MatroskaStream* {
+  cluster_.ClearBlocks([this](std::vector<uint8_t>&& frame, uint64_t track_number) {
     for (const auto& track : tracks_) {
-      if (track->track_number() == block.track_number) {
-        return track.get();
+      if (track->track_number() == track_number) {
+        track->KeepFrame(std::move(frame));
+        return;
       }
-    }
-    return nullptr;
-  };
-  cluster_.block_groups.Release([&](std::unique_ptr<MatroskaWriter::BlockGroup> group) {
-    if (MatroskaStream* track = track_of(group->block)) {
-      track->Recycle(std::move(group));
-    }
-  });
-  cluster_.simple_blocks.Release([&](std::unique_ptr<MatroskaWriter::SimpleBlock> simple) {
-    if (MatroskaStream* track = track_of(*simple)) {
-      track->Recycle(std::move(simple));
     }
   });
 }

@@ -113,6 +113,8 @@ class MatroskaFileWriter : public IStream {
   const int64_t cluster_span_ms_;
   MatroskaWriter::Cluster cluster_;
   MatroskaWriter::Cue cues_;
+  // Filled again for every cue point; the Cues keep only its bytes.
+  MatroskaWriter::CuePoint cue_point_;
   MatroskaWriter::Seek cluster_seek_head_;
   MatroskaWriter::Seek main_seek_head_;
   MatroskaWriter::Info info_;

@@ -107,16 +107,15 @@ int32_t MatroskaStream::AddFrame(const uint8_t* data, int32_t size, int64_t star
   return size;
 }
 
-void MatroskaStream::Recycle(std::unique_ptr<BlockGroup> group) {
-  if (group && spare_groups_.size() < kMaxSpareBlocks) {
+void MatroskaStream::Recycle(QueuedBlock&& queued) {
+  if (std::unique_ptr<BlockGroup> group = queued.ReleaseGroup();
+      group && spare_groups_.size() < kMaxSpareBlocks) {
     KeepFrameStorage(group->block);
     group->Reset();
     spare_groups_.push_back(std::move(group));
   }
-}
-
-void MatroskaStream::Recycle(std::unique_ptr<SimpleBlock> simple) {
-  if (simple && spare_simple_.size() < kMaxSpareBlocks) {
+  if (std::unique_ptr<SimpleBlock> simple = queued.ReleaseSimple();
+      simple && spare_simple_.size() < kMaxSpareBlocks) {
     KeepFrameStorage(*simple);
     simple->Reset();
     spare_simple_.push_back(std::move(simple));
@@ -125,9 +124,15 @@ void MatroskaStream::Recycle(std::unique_ptr<SimpleBlock> simple) {
 
 void MatroskaStream::KeepFrameStorage(CBlock& block) {
   for (std::vector<uint8_t>& frame : block.frames) {
-    if (spare_frames_.size() < kMaxSpareBlocks && frame.capacity() <= kMaxKeptFrameBytes) {
-      spare_frames_.push_back(std::move(frame));
-    }
+    KeepFrame(std::move(frame));
+  }
+}
+
+void MatroskaStream::KeepFrame(std::vector<uint8_t>&& frame) {
+  // A frame taken over by the Cluster leaves no storage behind.
+  if (frame.capacity() != 0 && spare_frames_.size() < kMaxSpareBlocks &&
+      frame.capacity() <= kMaxKeptFrameBytes) {
+    spare_frames_.push_back(std::move(frame));
   }
 }
 

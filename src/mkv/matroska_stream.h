@@ -37,10 +37,11 @@ class MatroskaStream {
   [[nodiscard]] uint64_t track_number() const { return entry_->track_number.Value(); }
   [[nodiscard]] uint64_t track_type() const { return entry_->track_type.Value(); }
 
-  // Takes back a block of this track after its Cluster was written; the next
-  // frames reuse it and its frame storage instead of allocating.
-  void Recycle(std::unique_ptr<MatroskaWriter::BlockGroup> group);
-  void Recycle(std::unique_ptr<MatroskaWriter::SimpleBlock> simple);
+  // Takes back a block of this track once it is coded into its Cluster, and
+  // the storage of a large frame once the Cluster is written; the next frames
+  // reuse them instead of allocating.
+  void Recycle(QueuedBlock&& queued);
+  void KeepFrame(std::vector<uint8_t>&& frame);
 
   std::deque<QueuedBlock>& queue() { return queue_; }
   [[nodiscard]] const std::deque<QueuedBlock>& queue() const { return queue_; }
@@ -54,7 +55,7 @@ class MatroskaStream {
 
  private:
   void ReserveCodecPrivate(const uint8_t* data, int32_t size);
-  // Keeps the storage of the block's frames for later frames and resets it.
+  // Keeps the storage of the block's frames for later frames.
   void KeepFrameStorage(MatroskaWriter::CBlock& block);
   // A copy of the frame, in kept storage when there is some.
   std::vector<uint8_t> CopyFrame(const uint8_t* data, int32_t size);

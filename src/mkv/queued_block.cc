@@ -18,11 +18,11 @@ const MatroskaWriter::CBlock& QueuedBlock::block() const {
 
 int64_t QueuedBlock::reference() const { return group_ ? group_->reference_block.Value() : 0; }
 
-void QueuedBlock::MoveInto(MatroskaWriter::Cluster& cluster) && {
+void QueuedBlock::AddTo(MatroskaWriter::Cluster& cluster) {
   if (group_) {
-    cluster.block_groups.Append(std::move(group_));
+    cluster.Add(*group_);
   } else {
-    cluster.simple_blocks.Append(std::move(simple_));
+    cluster.Add(*simple_);
   }
 }
 

@@ -4,6 +4,7 @@
 #define KX_MKV_QUEUED_BLOCK_H_
 
 #include <memory>
+#include <utility>
 
 #include "src/ebml/block_group.h"
 #include "src/ebml/blocks.h"
@@ -23,8 +24,13 @@ class QueuedBlock {
   // The ReferenceBlock value; 0 when absent (and always for a SimpleBlock).
   [[nodiscard]] int64_t reference() const;
 
-  // Hands the block to the cluster's list of its kind.
-  void MoveInto(MatroskaWriter::Cluster& cluster) &&;
+  // Codes the block into the cluster, after the others of its kind; the
+  // object can carry another frame afterwards.
+  void AddTo(MatroskaWriter::Cluster& cluster);
+
+  // The block object, for reuse; null for the other kind.
+  std::unique_ptr<MatroskaWriter::BlockGroup> ReleaseGroup() { return std::move(group_); }
+  std::unique_ptr<MatroskaWriter::SimpleBlock> ReleaseSimple() { return std::move(simple_); }
 
  private:
   std::unique_ptr<MatroskaWriter::BlockGroup> group_;
