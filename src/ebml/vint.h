@@ -16,10 +16,16 @@ inline constexpr uint64_t kUnknown = (uint64_t{1} << 56) - 1;
 // sizes never use the all-ones value, which means "unknown". kUnknown itself
 // takes 8 bytes. 0 when v >= 2^56.
 inline int Width(uint64_t v) {
+  if (v < 0x7F) {  // the usual sizes first
+    return 1;
+  }
+  if (v < 0x3FFF) {
+    return 2;
+  }
   if (v == kUnknown) {
     return 8;
   }
-  for (int n = 1; n <= 8; ++n) {
+  for (int n = 3; n <= 8; ++n) {
     if (v < (uint64_t{1} << (7 * n)) - 1) {
       return n;
     }
@@ -36,9 +42,13 @@ inline size_t Encode(uint64_t v, int width, uint8_t* out) {
   if (needed == 0 || width < needed || width > 8) {
     return 0;
   }
-  for (int i = width - 1; i >= 0; --i) {
-    out[i] = static_cast<uint8_t>(v);
-    v >>= 8;
+  if (width == 1) {  // the usual size field, without the loop
+    out[0] = static_cast<uint8_t>(v);
+  } else {
+    for (int i = width - 1; i >= 0; --i) {
+      out[i] = static_cast<uint8_t>(v);
+      v >>= 8;
+    }
   }
   // The value fits below the marker bit, so only the marker has to be added.
   out[0] |= static_cast<uint8_t>(0x80U >> (width - 1));

@@ -81,19 +81,40 @@ void FileEx::Flush() {
 }
 
 void FileEx::Drain() {
-  if (buffered_ == 0) {
-    return;
+  if (held_from_ != buffered_) {
+    held_.push_back({buffer_.data() + held_from_, buffered_ - held_from_});
   }
-  const size_t written = std::fwrite(buffer_.data(), 1, buffered_, file_);
-  if (written != buffered_) {
+  size_t total = 0;
+  for (const platform::WritePiece& piece : held_) {
+    total += piece.size;
+  }
+  if (total != 0 && platform::WritePieces(file_, held_.data(), held_.size()) != total) {
     position_ = platform::TellFile(file_);  // the file ends short of the count
   }
+  held_.clear();
+  held_from_ = 0;
   buffered_ = 0;
+}
+
+void FileEx::ReleaseWrites() {
+  holding_ = false;
+  if (!held_.empty()) {
+    Drain();
+  }
 }
 
 uint32_t FileEx::Write(const void* buffer, uint32_t size) {
   if (file_ == nullptr) {
     return 0;
+  }
+  if (size >= kDirectWrite && holding_) {
+    if (held_from_ != buffered_) {
+      held_.push_back({buffer_.data() + held_from_, buffered_ - held_from_});
+      held_from_ = buffered_;
+    }
+    held_.push_back({buffer, size});
+    position_ += size;
+    return size;
   }
   if (size >= kDirectWrite) {
     Drain();

@@ -13,6 +13,8 @@
 #include <cstdio>
 #include <vector>
 
+#include "src/platform/file.h"
+
 namespace kx {
 
 class FileEx {
@@ -40,6 +42,14 @@ class FileEx {
   // Virtual target: 0.
   virtual int64_t Tell();
 
+  // While writes are held, a large piece is not written at once: it is
+  // remembered and reaches the file together with the buffered bytes around
+  // it in one gathered write when the hold ends (or the buffer fills), so
+  // that a Cluster's frames cost one system call instead of one each. The
+  // caller keeps the pieces alive until ReleaseWrites returns.
+  void HoldWrites() { holding_ = true; }
+  void ReleaseWrites();
+
   [[nodiscard]] bool is_open() const { return file_ != nullptr; }
   [[nodiscard]] bool is_virtual_target() const { return virtual_target_; }
 
@@ -51,6 +61,11 @@ class FileEx {
   bool virtual_target_ = false;
   std::vector<uint8_t> buffer_;  // allocated by the first Open
   size_t buffered_ = 0;
+  bool holding_ = false;
+  // Held pieces in file order: large pieces of the caller's, and the
+  // buffered bytes before them; buffer_ from `held_from_` on is not yet in.
+  std::vector<platform::WritePiece> held_;
+  size_t held_from_ = 0;
   // The file position, buffered bytes included.
   int64_t position_ = 0;
 };

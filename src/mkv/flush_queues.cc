@@ -149,7 +149,10 @@ void MatroskaFileWriter::AddCuePoint(const MatroskaWriter::CBlock& block) {
 
 void MatroskaFileWriter::WriteCluster() {
   AppendSeek(cluster_seek_head_, ids::kCluster, Tell());
+  // The Cluster's frames stay alive until it is emptied, after this write.
+  file_->HoldWrites();
   cluster_.Write(*this);
+  file_->ReleaseWrites();
 }
 
 void MatroskaFileWriter::RecycleClusterBlocks() {

@@ -2,6 +2,7 @@
 #ifndef KX_PLATFORM_FILE_H_
 #define KX_PLATFORM_FILE_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
@@ -16,6 +17,15 @@ int SeekFile(std::FILE* file, int64_t offset, int origin);
 
 // 64-bit position, -1 on failure.
 int64_t TellFile(std::FILE* file);
+
+struct WritePiece {
+  const void* data;
+  size_t size;
+};
+// Writes the pieces in order to an unbuffered `file`, in as few system calls
+// as the platform allows (POSIX: writev; Windows: one write per piece).
+// Returns the number of bytes written; fewer than asked after an error.
+size_t WritePieces(std::FILE* file, const WritePiece* pieces, size_t count);
 
 }  // namespace kx::platform
 
