@@ -1,12 +1,16 @@
 // The size coding every element shares, through the Void filler that pads
 // the reserved area: every length is coded in the narrowest width whose
 // all-ones pattern (the "unknown size" marker) it avoids, and every gap of
-// two bytes or more can be covered exactly.
+// two bytes or more can be covered exactly. Then the Cluster and the Cues,
+// which code their children as they are added.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 #include <vector>
 
+#include "src/ebml/cluster.h"
+#include "src/ebml/cues.h"
 #include "src/ebml/void_element.h"
 
 namespace kx::test {
@@ -42,6 +46,66 @@ TEST(EbmlSize, VoidLengthsAndWidthsReadBack) {
       EXPECT_EQ(filler.Size(true), b.size()) << length;
     }
   }
+}
+
+// Blocks and cue points are coded the moment they join their Cluster or the
+// Cues: each must contribute exactly what its own Write gives, block groups
+// before simple blocks whatever the order they came in.
+TEST(EbmlCoding, ClusterAndCuesHoldWhatTheirChildrenWrite) {
+  using namespace MatroskaWriter;  // NOLINT(google-build-using-namespace)
+  const auto simple = [](std::vector<uint8_t> frame) {
+    SimpleBlock block;
+    block.track_number = 1;
+    block.keyframe = 1;
+    block.frames.push_back(std::move(frame));
+    return block;
+  };
+  SimpleBlock small = simple({1, 2, 3});
+  SimpleBlock large = simple(std::vector<uint8_t>(5000, 7));  // taken over, not copied
+  BlockGroup group;
+  group.block.track_number = 1;
+  group.block.frames.push_back({9, 8, 7});
+  const std::vector<uint8_t> small_bytes = {0xA3, 0x87, 0x81, 0, 0, 0x80, 1, 2, 3};
+  const std::vector<uint8_t> group_bytes = {0xA0, 0x91, 0xA1, 0x87, 0x81, 0,    0,    0,    9, 8,
+                                            7,    0x75, 0xA1, 0x85, 0xA6, 0x83, 0xEE, 0x81, 1};
+  Bytes large_bytes;
+  large.Write(large_bytes);
+
+  Cluster cluster;
+  cluster.timecode.Set(0);
+  cluster.Add(small);
+  cluster.Add(large);
+  cluster.Add(group);
+  std::vector<uint8_t> payload = {0xE7, 0x81, 0};
+  for (const auto* part :
+       {&group_bytes, &small_bytes, static_cast<const std::vector<uint8_t>*>(&large_bytes)}) {
+    payload.insert(payload.end(), part->begin(), part->end());
+  }
+  Bytes out;
+  cluster.Write(out);
+  const std::vector<uint8_t> head = {
+      0x1F, 0x43, 0xB6, 0x75, 0x40 | (payload.size() >> 8) & 0x3F, payload.size() & 0xFF};
+  ASSERT_EQ(out.size(), head.size() + payload.size());
+  EXPECT_EQ(std::vector<uint8_t>(out.begin(), out.begin() + 6), head);
+  EXPECT_TRUE(std::equal(payload.begin(), payload.end(), out.begin() + 6));
+  EXPECT_EQ(cluster.Size(true), out.size());
+
+  CuePoint point;
+  point.cue_time.Set(1000);
+  point.positions.Append(std::make_unique<CueTrackPosition>());
+  point.positions.front().cue_track.Set(1);
+  point.positions.front().cue_cluster_position.Set(70000);
+  point.positions.front().cue_block_number.Set(3);
+  Bytes point_bytes;
+  point.Write(point_bytes);
+  Cue cues;
+  cues.Add(point);
+  Bytes cue_bytes;
+  cues.Write(cue_bytes);
+  std::vector<uint8_t> expected_cues = {0x1C, 0x53, 0xBB, 0x6B,
+                                        static_cast<uint8_t>(0x80 | point_bytes.size())};
+  expected_cues.insert(expected_cues.end(), point_bytes.begin(), point_bytes.end());
+  EXPECT_EQ(static_cast<std::vector<uint8_t>&>(cue_bytes), expected_cues);
 }
 
 }  // namespace
