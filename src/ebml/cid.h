@@ -93,7 +93,7 @@ class CID {
   // kMaxHeaderBytes); returns the number of bytes.
   size_t EncodeHeader(uint64_t payload, uint8_t* out) const {
     std::memcpy(out, id_code_.data(), id_code_.size());  // the bytes past the ID are overwritten
-    return id_width_ + vint::Encode(payload, vint::Width(payload), out + id_width_);
+    return size_t{id_width_} + vint::Encode(payload, vint::Width(payload), out + id_width_);
   }
 
   // Bytes of an ID: up to and including its highest non-zero byte (0 for 0).
@@ -139,11 +139,11 @@ class CID {
 
  private:
   // Every header of the element starts with the same ID bytes: coded once.
-  void CodeId() { id_width_ = EncodeId(id_, id_code_.data()); }
+  void CodeId() { id_width_ = static_cast<uint8_t>(EncodeId(id_, id_code_.data())); }
 
   uint32_t id_;
   std::array<uint8_t, 4> id_code_{};
-  size_t id_width_ = 0;
+  uint8_t id_width_ = 0;
 };
 
 }  // namespace MatroskaWriter

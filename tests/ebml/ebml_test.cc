@@ -83,11 +83,14 @@ TEST(EbmlCoding, ClusterAndCuesHoldWhatTheirChildrenWrite) {
   }
   Bytes out;
   cluster.Write(out);
-  const std::vector<uint8_t> head = {
-      0x1F, 0x43, 0xB6, 0x75, 0x40 | (payload.size() >> 8) & 0x3F, payload.size() & 0xFF};
-  ASSERT_EQ(out.size(), head.size() + payload.size());
-  EXPECT_EQ(std::vector<uint8_t>(out.begin(), out.begin() + 6), head);
-  EXPECT_TRUE(std::equal(payload.begin(), payload.end(), out.begin() + 6));
+  std::vector<uint8_t> expected = {0x1F,
+                                   0x43,
+                                   0xB6,
+                                   0x75,  // a two-byte size field
+                                   static_cast<uint8_t>(0x40 | payload.size() >> 8),
+                                   static_cast<uint8_t>(payload.size())};
+  expected.insert(expected.end(), payload.begin(), payload.end());
+  EXPECT_TRUE(static_cast<std::vector<uint8_t>&>(out) == expected);
   EXPECT_EQ(cluster.Size(true), out.size());
 
   CuePoint point;
