@@ -81,17 +81,26 @@ void FileEx::Flush() {
 }
 
 void FileEx::Drain() {
-  if (held_from_ != buffered_) {
-    held_.push_back({buffer_.data() + held_from_, buffered_ - held_from_});
+  size_t written = 0;
+  size_t total = buffered_ - held_from_;
+  if (held_.empty()) {
+    written = total == 0 ? 0 : std::fwrite(buffer_.data(), 1, total, file_);
+  } else {
+    // Room for this piece was reserved with the held ones: nothing here
+    // allocates, so that a hold can end while an exception unwinds.
+    if (total != 0) {
+      held_.push_back({buffer_.data() + held_from_, total});
+    }
+    total = 0;
+    for (const platform::WritePiece& piece : held_) {
+      total += piece.size;
+    }
+    written = platform::WritePieces(file_, held_.data(), held_.size());
+    held_.clear();
   }
-  size_t total = 0;
-  for (const platform::WritePiece& piece : held_) {
-    total += piece.size;
-  }
-  if (total != 0 && platform::WritePieces(file_, held_.data(), held_.size()) != total) {
+  if (written != total) {
     position_ = platform::TellFile(file_);  // the file ends short of the count
   }
-  held_.clear();
   held_from_ = 0;
   buffered_ = 0;
 }
@@ -108,6 +117,7 @@ uint32_t FileEx::Write(const void* buffer, uint32_t size) {
     return 0;
   }
   if (size >= kDirectWrite && holding_) {
+    held_.reserve(held_.size() + 3);  // this piece, the bytes before it, and the last ones
     if (held_from_ != buffered_) {
       held_.push_back({buffer_.data() + held_from_, buffered_ - held_from_});
       held_from_ = buffered_;

@@ -42,20 +42,29 @@ class FileEx {
   // Virtual target: 0.
   virtual int64_t Tell();
 
-  // While writes are held, a large piece is not written at once: it is
-  // remembered and reaches the file together with the buffered bytes around
-  // it in one gathered write when the hold ends (or the buffer fills), so
-  // that a Cluster's frames cost one system call instead of one each. The
-  // caller keeps the pieces alive until ReleaseWrites returns.
-  void HoldWrites() { holding_ = true; }
-  void ReleaseWrites();
+  // While the returned object lives, a large piece is not written at once:
+  // it is remembered and reaches the file together with the buffered bytes
+  // around it in one gathered write when the hold ends (or the buffer
+  // fills), so that a Cluster's frames cost one system call instead of one
+  // each. The caller keeps the pieces alive until the hold ends, which it
+  // does also when an exception leaves the caller's scope.
+  class HeldWrites {
+   public:
+    explicit HeldWrites(FileEx& file) : file_(file) { file_.holding_ = true; }
+    HeldWrites(const HeldWrites&) = delete;
+    HeldWrites& operator=(const HeldWrites&) = delete;
+    ~HeldWrites() { file_.ReleaseWrites(); }
 
+   private:
+    FileEx& file_;
+  };
   [[nodiscard]] bool is_open() const { return file_ != nullptr; }
   [[nodiscard]] bool is_virtual_target() const { return virtual_target_; }
 
  private:
-  // Hands what is buffered to the file.
+  // Hands what is buffered and held to the file.
   void Drain();
+  void ReleaseWrites();
 
   std::FILE* file_ = nullptr;
   bool virtual_target_ = false;

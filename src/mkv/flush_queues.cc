@@ -150,9 +150,8 @@ void MatroskaFileWriter::AddCuePoint(const MatroskaWriter::CBlock& block) {
 void MatroskaFileWriter::WriteCluster() {
   AppendSeek(cluster_seek_head_, ids::kCluster, Tell());
   // The Cluster's frames stay alive until it is emptied, after this write.
-  file_->HoldWrites();
+  const FileEx::HeldWrites held(*file_);
   cluster_.Write(*this);
-  file_->ReleaseWrites();
 }
 
 void MatroskaFileWriter::RecycleClusterBlocks() {

@@ -8,10 +8,8 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <array>
 #include <cerrno>
-#include <climits>
-#include <vector>
 #endif
 
 namespace kx::platform {
@@ -56,17 +54,28 @@ int SeekFile(std::FILE* file, int64_t offset, int origin) {
 int64_t TellFile(std::FILE* file) { return static_cast<int64_t>(ftello(file)); }
 
 size_t WritePieces(std::FILE* file, const WritePiece* pieces, size_t count) {
-  std::vector<iovec> vectors(count);
-  for (size_t i = 0; i < count; ++i) {
-    vectors[i] = {const_cast<void*>(pieces[i].data), pieces[i].size};
-  }
+  // Batches of pieces on the stack: nothing is allocated on the way out.
+  constexpr size_t kBatch = 64;
+  std::array<iovec, kBatch> vectors;
   const int fd = fileno(file);
   size_t written = 0;
-  iovec* next = vectors.data();
-  iovec* const end = next + count;
-  while (next != end) {
-    const int batch = static_cast<int>(std::min<ptrdiff_t>(end - next, IOV_MAX));
-    const ssize_t done = writev(fd, next, batch);
+  size_t next = 0;  // first piece not yet in a batch
+  size_t first = 0;
+  size_t used = 0;  // vectors[first, used) are still to be written
+  while (next != count || first != used) {
+    if (first == used) {
+      first = 0;
+      used = 0;
+      for (; next != count && used != kBatch; ++next) {
+        if (pieces[next].size != 0) {
+          vectors[used++] = {const_cast<void*>(pieces[next].data), pieces[next].size};
+        }
+      }
+      if (used == 0) {
+        break;  // only empty pieces were left
+      }
+    }
+    const ssize_t done = writev(fd, vectors.data() + first, static_cast<int>(used - first));
     if (done < 0 && errno == EINTR) {
       continue;
     }
@@ -74,18 +83,14 @@ size_t WritePieces(std::FILE* file, const WritePiece* pieces, size_t count) {
       break;
     }
     written += static_cast<size_t>(done);
-    // Step over what was written; a piece written in part is shortened.
-    for (auto rest = static_cast<size_t>(done); rest != 0;) {
-      const size_t step = std::min(rest, next->iov_len);
-      next->iov_base = static_cast<uint8_t*>(next->iov_base) + step;
-      next->iov_len -= step;
-      rest -= step;
-      if (next->iov_len == 0) {
-        ++next;
-      }
+    // Step over the pieces written whole; one written in part is shortened.
+    auto rest = static_cast<size_t>(done);
+    while (rest != 0 && rest >= vectors[first].iov_len) {
+      rest -= vectors[first++].iov_len;
     }
-    while (next != end && next->iov_len == 0) {
-      ++next;
+    if (rest != 0) {
+      vectors[first].iov_base = static_cast<uint8_t*>(vectors[first].iov_base) + rest;
+      vectors[first].iov_len -= rest;
     }
   }
   return written;

@@ -6,6 +6,7 @@
 #include <deque>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <tuple>
 
@@ -69,7 +70,7 @@ TEST(FileEx, HeldPiecesReachTheFileInOrderWhenReleased) {
   };
   // Large pieces are held between buffered ones; 160 KiB of small pieces
   // overflow the buffer in the middle of the hold.
-  file.HoldWrites();
+  auto held = std::make_unique<FileEx::HeldWrites>(file);
   put(10, 'a');
   put(20000, 'b');
   put(5, 'c');
@@ -78,13 +79,13 @@ TEST(FileEx, HeldPiecesReachTheFileInOrderWhenReleased) {
   }
   put(16384, 'x');
   EXPECT_EQ(file.Tell(), static_cast<int64_t>(expected.size()));
-  file.ReleaseWrites();
+  held.reset();
   const auto path = dir.path() / "held.bin";
   EXPECT_EQ(std::filesystem::file_size(path), expected.size());
   // A hold without large pieces leaves the small ones buffered.
-  file.HoldWrites();
+  held = std::make_unique<FileEx::HeldWrites>(file);
   put(100, 'y');
-  file.ReleaseWrites();
+  held.reset();
   put(30000, 'z');  // not held: straight through, after the buffer
   file.Close();
   std::string content(expected.size(), '\0');
