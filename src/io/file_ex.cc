@@ -1,5 +1,6 @@
 #include "src/io/file_ex.h"
 
+#include <array>
 #include <cstring>
 #include <string>
 
@@ -16,13 +17,13 @@ constexpr uint32_t kDirectWrite = 16 << 10;
 
 // True when the text from the last '.' on starts with ".iso:" in any case.
 bool IsVirtualTarget(const char16_t* name) {
+  constexpr std::u16string_view kIso = u".iso:";
   const std::u16string_view text(name);
   const size_t dot = text.rfind(u'.');
-  if (dot == std::u16string_view::npos || text.size() - dot < 5) {
+  if (dot == std::u16string_view::npos || text.size() - dot < kIso.size()) {
     return false;
   }
-  static constexpr char16_t kIso[] = u".iso:";
-  for (size_t i = 0; i < 5; ++i) {
+  for (size_t i = 0; i < kIso.size(); ++i) {
     char16_t c = text[dot + i];
     if (c >= u'A' && c <= u'Z') {
       c = static_cast<char16_t>(c - u'A' + u'a');
@@ -173,8 +174,8 @@ int32_t FileEx::SeekTo(int64_t offset, uint32_t origin) {
   if (file_ == nullptr) {
     return -1;
   }
-  static constexpr int kOrigins[] = {SEEK_SET, SEEK_CUR, SEEK_END};
-  if (origin > 2) {
+  constexpr std::array<int, 3> kOrigins = {SEEK_SET, SEEK_CUR, SEEK_END};
+  if (origin >= kOrigins.size()) {
     return -1;
   }
   Drain();
