@@ -5,8 +5,8 @@
 #define KX_EBML_SEEK_H_
 
 #include <cstdint>
+#include <vector>
 
-#include "src/ebml/child_list.h"
 #include "src/ebml/element_ids.h"
 #include "src/ebml/master.h"
 #include "src/ebml/scalars.h"
@@ -30,6 +30,9 @@ class SeekHead : public Master {
  public:
   SeekHead();
 
+  // Codes the entry at the end of `out`, with the bytes Write gives.
+  void AppendTo(std::vector<uint8_t>& out) const;
+
   SeekID seek_id;
   CUInt seek_position;
 
@@ -37,15 +40,27 @@ class SeekHead : public Master {
   void VisitChildren(ChildVisitor& visitor) const override;
 };
 
-// The SeekHead element: its entries in the order they were added.
-class Seek : public Master {
+// The SeekHead element: its entries in the order they were added. An entry
+// is coded when it is added, so that the index of a long file's Clusters is
+// held as its bytes rather than as thousands of element objects, and the
+// caller can fill one SeekHead again for the next.
+class Seek : public CID {
  public:
   explicit Seek(uint32_t id = ids::kSeekHead);
 
-  ChildList<SeekHead> entries;
+  void Add(const SeekHead& entry);
+  [[nodiscard]] bool empty() const { return entry_sizes_.empty(); }
+  // Drops the first entry and returns its full size; 0 when there is none.
+  uint64_t RemoveFirst();
+
+  [[nodiscard]] Extent Measure() const override { return Standard(bytes_.size()); }
 
  protected:
-  void VisitChildren(ChildVisitor& visitor) const override;
+  int32_t Emit(kx::IStream& stream, const Extent& extent) const override;
+
+ private:
+  std::vector<uint8_t> bytes_;
+  std::vector<size_t> entry_sizes_;
 };
 
 }  // namespace MatroskaWriter

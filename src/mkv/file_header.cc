@@ -100,11 +100,10 @@ void MatroskaFileWriter::ResetFileState() {
 }
 
 void MatroskaFileWriter::AppendSeek(MatroskaWriter::Seek& seek_head, uint32_t id,
-                                    int64_t position) const {
-  auto seek = std::make_unique<MatroskaWriter::SeekHead>();
-  seek->seek_id.target.set_id(id);
-  seek->seek_position.Set(static_cast<uint64_t>(position - segment_data_pos_));
-  seek_head.entries.Append(std::move(seek));
+                                    int64_t position) {
+  seek_entry_.seek_id.target.set_id(id);
+  seek_entry_.seek_position.Set(static_cast<uint64_t>(position - segment_data_pos_));
+  seek_head.Add(seek_entry_);
 }
 
 void MatroskaFileWriter::WriteHeader() {

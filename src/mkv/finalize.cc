@@ -60,7 +60,7 @@ void MatroskaFileWriter::Finalize() {
     AppendSeek(main_seek_head_, ids::kCues, Tell());
     cues_.Write(*this);
   }
-  if (!cluster_seek_head_.entries.empty()) {
+  if (!cluster_seek_head_.empty()) {
     AppendSeek(main_seek_head_, ids::kSeekHead, Tell());
     cluster_seek_head_.Write(*this);
   }
@@ -84,9 +84,8 @@ void MatroskaFileWriter::Finalize() {
   // (a 1-byte gap cannot hold a Void).
   SeekTo(segment_data_pos_, kSeekBegin, nullptr);
   int64_t remaining = reserved_size_ - static_cast<int64_t>(main_seek_head_.Size(true));
-  while (remaining < 2 && !main_seek_head_.entries.empty()) {
-    remaining += static_cast<int64_t>(main_seek_head_.entries.front().Size(true));
-    main_seek_head_.entries.RemoveFirst();
+  while (remaining < 2 && !main_seek_head_.empty()) {
+    remaining += static_cast<int64_t>(main_seek_head_.RemoveFirst());
   }
   main_seek_head_.Write(*this);
 

@@ -108,13 +108,15 @@ class MatroskaFileWriter : public IStream {
   void RecycleClusterBlocks();
   void FixDuration();
   void Finalize();
-  void AppendSeek(MatroskaWriter::Seek& seek_head, uint32_t id, int64_t position) const;
+  void AppendSeek(MatroskaWriter::Seek& seek_head, uint32_t id, int64_t position);
 
   const int64_t cluster_span_ms_;
   MatroskaWriter::Cluster cluster_;
   MatroskaWriter::Cue cues_;
-  // Filled again for every cue point; the Cues keep only its bytes.
+  // Filled again for every cue point and index entry; the Cues and the
+  // SeekHeads keep only their bytes.
   MatroskaWriter::CuePoint cue_point_;
+  MatroskaWriter::SeekHead seek_entry_;
   MatroskaWriter::Seek cluster_seek_head_;
   MatroskaWriter::Seek main_seek_head_;
   MatroskaWriter::Info info_;

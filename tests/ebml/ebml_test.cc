@@ -11,6 +11,7 @@
 
 #include "src/ebml/cluster.h"
 #include "src/ebml/cues.h"
+#include "src/ebml/seek.h"
 #include "src/ebml/void_element.h"
 
 namespace kx::test {
@@ -48,10 +49,11 @@ TEST(EbmlSize, VoidLengthsAndWidthsReadBack) {
   }
 }
 
-// Blocks and cue points are coded the moment they join their Cluster or the
-// Cues: each must contribute exactly what its own Write gives, block groups
-// before simple blocks whatever the order they came in.
-TEST(EbmlCoding, ClusterAndCuesHoldWhatTheirChildrenWrite) {
+// Blocks, cue points and index entries are coded the moment they join their
+// Cluster, the Cues or a SeekHead: each must contribute exactly what its own
+// Write gives, block groups before simple blocks whatever the order they
+// came in.
+TEST(EbmlCoding, ListsHoldWhatTheirChildrenWrite) {
   using namespace MatroskaWriter;  // NOLINT(google-build-using-namespace)
   const auto simple = [](std::vector<uint8_t> frame) {
     SimpleBlock block;
@@ -93,22 +95,41 @@ TEST(EbmlCoding, ClusterAndCuesHoldWhatTheirChildrenWrite) {
   EXPECT_TRUE(static_cast<std::vector<uint8_t>&>(out) == expected);
   EXPECT_EQ(cluster.Size(true), out.size());
 
+  // The Cues and a SeekHead: their ID, then their entries' own bytes.
+  const auto holds = [](const CID& list, std::vector<uint8_t> expected,
+                        const std::vector<const CID*>& entries) {
+    Bytes body;
+    for (const CID* entry : entries) {
+      entry->Write(body);
+    }
+    expected.push_back(static_cast<uint8_t>(0x80 | body.size()));
+    expected.insert(expected.end(), body.begin(), body.end());
+    Bytes out;
+    list.Write(out);
+    return static_cast<std::vector<uint8_t>&>(out) == expected;
+  };
   CuePoint point;
   point.cue_time.Set(1000);
   point.positions.Append(std::make_unique<CueTrackPosition>());
   point.positions.front().cue_track.Set(1);
   point.positions.front().cue_cluster_position.Set(70000);
   point.positions.front().cue_block_number.Set(3);
-  Bytes point_bytes;
-  point.Write(point_bytes);
   Cue cues;
   cues.Add(point);
-  Bytes cue_bytes;
-  cues.Write(cue_bytes);
-  std::vector<uint8_t> expected_cues = {0x1C, 0x53, 0xBB, 0x6B,
-                                        static_cast<uint8_t>(0x80 | point_bytes.size())};
-  expected_cues.insert(expected_cues.end(), point_bytes.begin(), point_bytes.end());
-  EXPECT_EQ(static_cast<std::vector<uint8_t>&>(cue_bytes), expected_cues);
+  EXPECT_TRUE(holds(cues, {0x1C, 0x53, 0xBB, 0x6B}, {&point}));
+
+  SeekHead info;
+  info.seek_id.target.set_id(ids::kInfo);
+  info.seek_position.Set(4099);
+  SeekHead cluster_entry;
+  cluster_entry.seek_id.target.set_id(ids::kCluster);
+  cluster_entry.seek_position.Set(uint64_t{1} << 33);
+  Seek seek;
+  seek.Add(info);
+  seek.Add(cluster_entry);
+  EXPECT_TRUE(holds(seek, {0x11, 0x4D, 0x9B, 0x74}, {&info, &cluster_entry}));
+  EXPECT_EQ(seek.RemoveFirst(), info.Size(true));
+  EXPECT_TRUE(holds(seek, {0x11, 0x4D, 0x9B, 0x74}, {&cluster_entry}));
 }
 
 }  // namespace
