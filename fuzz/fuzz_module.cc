@@ -225,10 +225,6 @@ void MultiStream(Input& in) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Input in(data, size);
-  if ((in.Byte() & 1) != 0) {
-    MultiStream(in);
-  } else {
-    SingleStream(in);
-  }
+  (in.Byte() & 1) != 0 ? MultiStream(in) : SingleStream(in);
   return 0;
 }

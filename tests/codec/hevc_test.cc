@@ -19,9 +19,8 @@ namespace {
 
 Bytes FromHex(const std::string& hex) {
   Bytes out;
-  for (size_t i = 0; i + 1 < hex.size(); i += 2) {
+  for (size_t i = 0; i + 1 < hex.size(); i += 2)
     out.push_back(static_cast<uint8_t>(std::stoul(hex.substr(i, 2), nullptr, 16)));
-  }
   return out;
 }
 
@@ -30,10 +29,8 @@ Bytes FromHex(const std::string& hex) {
 Bytes Join(std::initializer_list<Bytes> units, bool annex_b = true) {
   Bytes out;
   for (const Bytes& unit : units) {
-    const auto n = static_cast<uint32_t>(unit.size());
-    if (annex_b) out.insert(out.end(), {0, 0, 0, 1});
-    if (!annex_b)
-      out.insert(out.end(), {uint8_t(n >> 24), uint8_t(n >> 16), uint8_t(n >> 8), uint8_t(n)});
+    const uint32_t n = annex_b ? 1 : static_cast<uint32_t>(unit.size());  // a start code: 0001
+    out.insert(out.end(), {uint8_t(n >> 24), uint8_t(n >> 16), uint8_t(n >> 8), uint8_t(n)});
     out.insert(out.end(), unit.begin(), unit.end());
   }
   return out;

@@ -23,7 +23,6 @@
 namespace kx::test {
 namespace {
 
-constexpr uint32_t IdOf(webm::Id id) { return static_cast<uint32_t>(id); }
 constexpr int64_t kMs = kTicksPerMs;
 
 class MkvFileTest : public ::testing::Test {
@@ -192,10 +191,10 @@ TEST_F(MkvFileTest, LayoutWrittenAtClose) {
   std::vector<uint64_t> cluster_seeks;
   for (const SeekEntry& seek : file.seeks) {
     if (seek.seek_head_position == data) main_ids.push_back(Id(seek.id));
-    if (seek.id == IdOf(Id::kInfo)) {
+    if (Id(seek.id) == Id::kInfo) {
       EXPECT_EQ(seek.position, 4099U);  // the reserved area ends at Info
     }
-    if (seek.id == IdOf(Id::kCluster)) cluster_seeks.push_back(seek.position + data);
+    if (Id(seek.id) == Id::kCluster) cluster_seeks.push_back(seek.position + data);
   }
   EXPECT_EQ(main_ids, (std::vector<Id>{Id::kInfo, Id::kTracks, Id::kCues, Id::kSeekHead}));
   EXPECT_EQ(cluster_seeks, file.cluster_positions);

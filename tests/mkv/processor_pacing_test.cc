@@ -68,9 +68,8 @@ TEST_P(ProcessorPacingTest, MeasuresReportsAndSleeps) {
   EXPECT_EQ(measured, c.measured_after);
   EXPECT_EQ(lines, std::vector<std::u16string>(measured.size(), line));
   std::vector<uint32_t> expected_sleeps;  // the same pause after each measurement
-  for (size_t i = 0; i < measured.size(); ++i) {
+  for (size_t i = 0; i < measured.size(); ++i)
     expected_sleeps.insert(expected_sleeps.end(), c.sleeps.begin(), c.sleeps.end());
-  }
   EXPECT_EQ(sleeps, expected_sleeps);
 }
 

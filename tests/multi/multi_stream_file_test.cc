@@ -145,16 +145,19 @@ TEST_P(TrackLayoutTest, NumbersTracksByIndexAndCuesTheFirstOfTheFirstKind) {
   for (const auto& cue : file.cues) EXPECT_EQ(cue.track, c.cue_track);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, TrackLayoutTest,
-    ::testing::Values(
-        LayoutCase{"AudioBeforeVideo", {{3, 4, "AAC "}, {2, 7, "I264"}}, {5, 8}, 8},
-        LayoutCase{
-            "NotRenumbered", {{3, 0, "AC3 "}, {3, 300, "MP3 "}, {3, 2, "AAC "}}, {1, 301, 3}, 1},
-        LayoutCase{"SubtitleAfterAudio", {{5, 0, "SRT "}, {3, 3, "AC3 "}}, {1, 4}, 4},
-        LayoutCase{"SubtitleOnly", {{5, 9, "ASS "}, {4, 2, "SRT "}, {5, 1, "XXXX"}}, {10}, 10},
-        LayoutCase{"NoTextTrackInWebm", {{5, 0, "SRT "}, {3, 3, "VBIS"}}, {4}, 4, "WEBM"}),
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Cases, TrackLayoutTest, ::testing::Values(
+    LayoutCase{"AudioBeforeVideo", {{3, 4, "AAC "}, {2, 7, "VP9 "}}, {5, 8}, 8},  // still matroska
+    LayoutCase{"NotRenumbered", {{3, 0, "AC3 "}, {3, 300, "MP3 "}, {3, 2, "AAC "}}, {1, 301, 3}, 1},
+    LayoutCase{"SubtitleAfterAudio", {{5, 0, "SRT "}, {3, 3, "AC3 "}}, {1, 4}, 4},
+    LayoutCase{"SubtitleOnly", {{5, 9, "ASS "}, {4, 2, "SRT "}, {5, 1, "XXXX"}}, {10}, 10},
+    // TrackNumbers in one to five bytes, the last past 32 bits.
+    LayoutCase{"IndexExtremes", {{3, 127, "AAC "}, {3, 16383, "AC3 "}, {3, 0x7FFFFFFF, "MP3 "},
+               {2, 0xFFFFFFFE, "I264"}, {3, 0xFFFFFFFF, "AAC "}},
+               {128, 16384, 1U << 31, 0xFFFFFFFF, 1ULL << 32}, 0xFFFFFFFF},
+    LayoutCase{"NoTextTrackInWebm", {{5, 0, "SRT "}, {3, 3, "VBIS"}}, {4}, 4, "WEBM"}),
     [](const auto& info) { return std::string(info.param.name); });
+// clang-format on
 
 TEST_F(MultiStreamFileTest, CompactsW264SlicesInPlace) {
   MultiFile out(Path("w264.mkv"), {{2, 0, "W264"}, {3, 1, "AAC "}});
@@ -171,22 +174,10 @@ TEST_F(MultiStreamFileTest, CompactsW264SlicesInPlace) {
   EXPECT_FALSE(blocks[1].key);
 }
 
-// Duration is the latest start + duration of any sample, here a long audio
-// sample; the single-stream rule would give the sum of audio durations.
-TEST_F(MultiStreamFileTest, DurationIsTheLatestSampleEnd) {
-  MultiFile out(Path("duration.mkv"), {{2, 0, "VP9 "}, {3, 1, "VBIS"}});
-  for (int i = 0; i < 10; ++i) out.Write(0, {0x82, 0x49}, i * 40, 40, i == 0);
-  out.Write(1, {'a'}, 0, 300);
-  out.Write(1, {'a'}, 500, 250);
-  out.Write(7, {'a'}, 100, 600);  // no track, still counts
-  const test::MatroskaFile file = out.Finish();
-  EXPECT_EQ(file.doc_type, "matroska");  // VP9 in a Matroska file
-  EXPECT_DOUBLE_EQ(file.duration, 750.0);
-}
-
 // The same streams through both tables, numbered alike (OutStreamIndex 1 and
 // 2 make TrackNumbers 2 and 3, as the single-stream tracks have): the files
-// differ only in the EBML header's versions and in the Duration's source.
+// differ only in the EBML header's versions and in the Duration's source, the
+// audio durations' sum or the latest sample end (here a long audio sample's).
 TEST_F(MultiStreamFileTest, BothTablesDifferOnlyWhereTheRulesSay) {
   MediaFileParams params = Record({2, 0, "I264"});
   params.audio.fourcc = test::Code("AC3 ");
@@ -195,14 +186,14 @@ TEST_F(MultiStreamFileTest, BothTablesDifferOnlyWhereTheRulesSay) {
   test::TableFile single(test::Row("MKV "), dir_.WidePath(u"single.mkv"), params);
   for (int i = 0; i < 12; ++i) {  // a key frame each 6th; audio of 30 ms
     single.Video(Slice(i % 6 == 0 ? 5 : 1, i), i * 40 * kMs, 40 * kMs, i % 6 == 0);
-    single.Audio({static_cast<uint8_t>(i), 7}, i * 40 * kMs, 30 * kMs);
+    single.Audio({static_cast<uint8_t>(i), 7}, i * 40 * kMs, (i == 11 ? 200 : 30) * kMs);
   }
   single.Close();
   platform::ResetCrtRand();
   MultiFile multi(Path("multi.mkv"), {{2, 1, "I264"}, {3, 2, "AC3 "}});
   for (int i = 0; i < 12; ++i) {
     multi.Write(1, Slice(i % 6 == 0 ? 5 : 1, i), i * 40, 40, i % 6 == 0);
-    multi.Write(2, {static_cast<uint8_t>(i), 7}, i * 40, 30);
+    multi.Write(2, {static_cast<uint8_t>(i), 7}, i * 40, i == 11 ? 200 : 30);
   }
   const test::MatroskaFile y = multi.Finish();
   const test::MatroskaFile x = test::ReadMatroskaFile(Path("single.mkv"));
@@ -214,8 +205,8 @@ TEST_F(MultiStreamFileTest, BothTablesDifferOnlyWhereTheRulesSay) {
   EXPECT_LE(differing, 6U);  // two version bytes, four of the float
   EXPECT_EQ(x.doc_type_version, 1U);
   EXPECT_EQ(y.doc_type_version, 2U);
-  EXPECT_DOUBLE_EQ(x.duration, 360.0);  // the audio durations' sum
-  EXPECT_DOUBLE_EQ(y.duration, 480.0);  // the latest end, of the last video frame
+  EXPECT_DOUBLE_EQ(x.duration, 530.0);
+  EXPECT_DOUBLE_EQ(y.duration, 640.0);
   EXPECT_EQ(y.blocks.size(), 24U);
 }
 
@@ -269,9 +260,8 @@ TEST_P(InitTest, LogsTheOutcome) {
   }
   const std::u16string path = dir_.WidePath(std::u16string(c.file, c.file + std::strlen(c.file)));
   int32_t result = 0;
-  for (int i = 0; i < c.inits; ++i) {
+  for (int i = 0; i < c.inits; ++i)
     result = InitMediaFileMultiStream(handle, test::Code(c.container), path.c_str(), 0);
-  }
   CloseMediaFileMultiStream(handle);
   const std::string log = log_.Text();
   const std::string expected = std::string("kx_mkv: InitMediaFileMultiStream ") + c.last_line +

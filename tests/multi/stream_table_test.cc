@@ -72,9 +72,7 @@ TEST_P(DispatchTest, RoutesByIndexAndType) {
   test::LogCapture log;
   RecordingMuxer muxer;
   const MediaFileParams params{};
-  for (const Stream& s : c.streams) {
-    muxer.AddStreamInfo(s.type, 0, 0, s.index, params);
-  }
+  for (const Stream& s : c.streams) muxer.AddStreamInfo(s.type, 0, 0, s.index, params);
   const MediaSample sample{};
   const int32_t result = muxer.WriteSample(1, &sample, nullptr);
   muxer.base = c.extra.data();
@@ -83,11 +81,8 @@ TEST_P(DispatchTest, RoutesByIndexAndType) {
   EXPECT_EQ(muxer.calls, c.calls);
   // The result is that of the last operation called (each returns its type).
   int32_t last = 0;
-  for (const Stream& s : c.streams) {
-    if (s.index == 1 && s.type >= 2 && s.type <= 5) {
-      last = static_cast<int32_t>(s.type);
-    }
-  }
+  for (const Stream& s : c.streams)
+    if (s.index == 1 && s.type >= 2 && s.type <= 5) last = static_cast<int32_t>(s.type);
   EXPECT_EQ(result, last);
   EXPECT_EQ(log.Text().find("runs past") != std::string::npos, c.refused_logged) << log.Text();
 }

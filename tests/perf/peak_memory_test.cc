@@ -40,11 +40,8 @@ int64_t PeakGrowth(int seconds) {
     _exit(ok ? static_cast<int>(std::min<int64_t>((MaxRssKib() - before) / 256, 254)) : 255);
   }
   int status = 0;
-  if (child < 0 || waitpid(child, &status, 0) != child || !WIFEXITED(status) ||
-      WEXITSTATUS(status) == 255) {
-    return -1;
-  }
-  return WEXITSTATUS(status);
+  const bool exited = child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status);
+  return exited && WEXITSTATUS(status) != 255 ? WEXITSTATUS(status) : -1;
 }
 
 TEST(PeakMemory, DoesNotGrowWithTheFile) {

@@ -1,5 +1,6 @@
 // Bad input of every kind through both tables into a file, an uncreatable path and a full
-// disk; a host killed, or failing writes, mid-file. Sanitizers and LeakSanitizer watch it all.
+// disk; a host killed, or failing writes, mid-file; files beyond 4 GiB. Sanitizers and
+// LeakSanitizer watch it all.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -247,6 +248,51 @@ TEST(Crash, KilledHostAndFailingWritesLeaveCompletedClustersIntact) {
       EXPECT_GE(Count("mkvinfo -v '" + path + "' | grep -c '^|+ Cluster$'"),
                 file.cluster_positions.size() - 1);
     }
+  }
+}
+
+// Files beyond 4 GiB through both tables (CTest label large): 4400 video frames of 1 MiB, 176 s
+// with a key frame each second. mkvinfo reads all of each, its Segment size, Cues Seek and last cue
+// point's Cluster past 2^32; ffprobe's seek near the end lands on the key frame before it.
+TEST(LargeFile, BeyondFourGiBThroughBothTables) {
+  const TempDir dir;
+  if (Count("for t in ffprobe mkvinfo; do command -v $t; done | wc -l") != 2 ||
+      std::filesystem::space(dir.path()).available < (6ULL << 30)) {  // a file, a GiB to spare
+    const char* ci = std::getenv("CI");  // where the whole suite must run
+    if (ci != nullptr && std::string(ci) == "true") FAIL() << "no ffprobe, mkvinfo or 6 GiB free";
+    GTEST_SKIP() << "no ffprobe, mkvinfo or 6 GiB free in " << dir.path();
+  }
+  const std::string path = dir.Path("large.mkv");
+  const std::string info = "'" + path + ".txt'";
+  const std::string mkvinfo = "mkvinfo -a -P '" + path + "' >" + info + " 2>&1; echo $?";
+  const std::string seek =
+      "ffprobe -v 0 -select_streams v -read_intervals 174.5%+#1 -of csv=p=0 "
+      "-show_entries packet=pts,flags '" +
+      path + "' | grep -cx 174000,K_";
+  const auto sed = [&](const std::string& s) { return Count("sed -n '" + s + "' " + info); };
+  for (const bool multi : {false, true}) {
+    SCOPED_TRACE(multi ? "multi" : "single");
+    {
+      Host host(multi, "MKV ", dir.WidePath(u"large.mkv"),
+                FileParams("MKV ", "ZZZZ", 1920, 1080, 25, "QQQQ", 48000, 2));
+      Bytes frame(1 << 20, 0x5A);
+      for (int64_t i = 0; i < 4400; ++i) {
+        host.Write(true, frame.data(), 1 << 20, i * 400000, 400000, i % 25 == 0 ? 1 : 0);
+        host.Write(false, frame.data(), 300, i * 400000, 400000);
+      }
+    }
+    ASSERT_EQ(Count(mkvinfo), 0U);  // its exit status: 1 after warnings, 2 after errors
+    // mkvinfo's positions are the file's; those of Seeks and cue points count from the Segment's
+    // data, where the SeekHead begins.
+    const size_t data = sed("s/^|+ Seek head at //p");
+    EXPECT_EQ(sed("s/^+ Segment: size //p"), std::filesystem::file_size(path) - data);
+    const size_t cues = sed("/KaxCues/{n;s/.*Seek position: //p}");
+    const size_t cluster = Count("sed -n 's/.*Cue cluster position: //p' " + info + " | tail -n1");
+    EXPECT_GT(cues, size_t{1} << 32);
+    EXPECT_GT(cluster, size_t{1} << 32);
+    EXPECT_EQ(sed("s/^|+ Cues at //p"), data + cues);
+    EXPECT_GT(sed("/^|+ Cluster at " + std::to_string(data + cluster) + "$/="), 0U);
+    EXPECT_EQ(Count(seek), 1U);
   }
 }
 

@@ -112,9 +112,8 @@ class Collector : public webm::Callback {
   }
 
   Status OnCuePoint(const ElementMetadata& /*metadata*/, const webm::CuePoint& point) override {
-    for (const auto& position : point.cue_track_positions) {
+    for (const auto& position : point.cue_track_positions)
       file_.cues.push_back({point.time.value(), position.value().track.value()});
-    }
     return kDone;
   }
 
@@ -137,9 +136,8 @@ class Collector : public webm::Callback {
 
 std::vector<BlockInfo> MatroskaFile::BlocksOfTrack(uint64_t track) const {
   std::vector<BlockInfo> result;
-  for (const BlockInfo& block : blocks) {
+  for (const BlockInfo& block : blocks)
     if (block.track == track) result.push_back(block);
-  }
   return result;
 }
 

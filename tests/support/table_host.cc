@@ -12,9 +12,8 @@ uint32_t Code(const char* text) {
 }
 
 const FileFormat& Row(const char* container) {
-  for (const FileFormat* row = GetFileFormats(); row->fourcc != 0; ++row) {
+  for (const FileFormat* row = GetFileFormats(); row->fourcc != 0; ++row)
     if (row->fourcc == Code(container)) return *row;
-  }
   throw std::runtime_error(std::string("no catalogue row ") + container);
 }
 

@@ -206,9 +206,8 @@ static void Run(const FileFormat* single, const FileMultiStreamFormat* multi, co
   const FileMultiStreamFormat* table = sc->multi ? multi : NULL;
   int done[4] = {0, 0, 0, 0};
   int64_t accepted = 0;
-  for (int i = 0; h != NULL && i < 4; ++i) {
+  for (int i = 0; h != NULL && i < 4; ++i)
     if (streams[i].type == 2) Configure(single, table, h, i, &streams[i]);
-  }
   for (int next = 0; h != NULL && next >= 0;) {
     next = -1;
     for (int i = 0; i < 4; ++i) {
@@ -270,12 +269,10 @@ int main(int argc, char** argv) {
   memcpy(&multi_table, &get_multi, sizeof multi_table);
   const FileFormat* single = single_table();
   const FileMultiStreamFormat* multi = multi_table();
-  for (const FileFormat* f = single; f->fourcc; ++f) {
+  for (const FileFormat* f = single; f->fourcc; ++f)
     Row(report, f, (const CodecList*[]){f->audioCodecs, f->videoCodecs}, f->flag);
-  }
-  for (const FileMultiStreamFormat* f = multi; f->fourcc; ++f) {
+  for (const FileMultiStreamFormat* f = multi; f->fourcc; ++f)
     Row(report, f, (const CodecList*[]){f->audioCodecs, f->videoCodecs}, f->flag);
-  }
   for (size_t i = 0; i < sizeof kScenarios / sizeof kScenarios[0]; ++i) {
     fprintf(report, "scenario %u:", (unsigned)i);
     Run(single, multi, argv[2], &kScenarios[i], report);
