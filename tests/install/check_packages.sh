@@ -5,6 +5,7 @@
 set -euo pipefail
 source_dir=$1 work=$4
 rm -rf "$work"
+mkdir -p "$work"  # its log goes beside it, so the parent must exist whatever ran first
 KX_LINUX_BUILD_DIR=$2 KX_WINDOWS_BUILD_DIR=$3 "$source_dir/scripts/package.sh" --no-build "$work" \
   >"$work.log" 2>&1 || { cat "$work.log"; exit 1; }
 
