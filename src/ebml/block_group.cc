@@ -1,11 +1,6 @@
 #include "src/ebml/block_group.h"
 
-#include <array>
-#include <cstring>
-
-#include "src/ebml/chunk_writer.h"
 #include "src/ebml/element_ids.h"
-#include "src/ebml/size_plan.h"
 
 namespace MatroskaWriter {
 
@@ -53,17 +48,6 @@ void BlockGroup::VisitChildren(ChildVisitor& visitor) const {
   visitor.Visit(codec_state);
   visitor.Visit(block);
   visitor.Visit(block_additions);
-}
-
-Extent BlockGroup::Measure() const { return IsPlain() ? LayOutPlain().group : Master::Measure(); }
-
-Extent BlockGroup::Plan(SizePlan& plan) const {
-  if (!IsPlain()) {
-    return Master::Plan(plan);
-  }
-  const Extent extent = LayOutPlain().group;
-  plan.Add(extent);
-  return extent;
 }
 
 bool BlockGroup::IsPlain() const {
@@ -116,34 +100,6 @@ size_t BlockGroup::EncodePlainTail(const PlainLayout& layout, uint8_t* out) cons
   n += more.EncodeHeader(layout.more_payload, out + n);
   n += more.block_add_id.Encode(out + n);
   return n;
-}
-
-int32_t BlockGroup::EmitPlanned(kx::IStream& stream, const Extent& extent, SizePlan& plan) const {
-  if (!IsPlain()) {
-    return Master::EmitPlanned(stream, extent, plan);
-  }
-  // Head, frame and tail are laid out in one buffer and written at once when
-  // the frame is small; a large frame goes to the stream on its own.
-  constexpr size_t kSmallFrame = 256;
-  std::array<uint8_t, kPlainHeadRoom + kSmallFrame + kPlainTailRoom>
-      out;  // only written bytes are used
-  const PlainLayout layout = LayOutPlain();
-  size_t n = EncodePlainHead(layout, out.data());
-  const uint8_t* frame = block.frames.empty() ? nullptr : block.frames.front().data();
-  const size_t frame_size = block.frames.empty() ? 0 : block.frames.front().size();
-  if (frame_size <= kSmallFrame) {
-    if (frame_size != 0) {
-      std::memcpy(out.data() + n, frame, frame_size);
-    }
-    n += frame_size;
-  } else {
-    stream.Write(out.data(), static_cast<uint32_t>(n));
-    ChunkWriter::WriteAll(stream, frame, frame_size);
-    n = 0;
-  }
-  n += EncodePlainTail(layout, out.data() + n);
-  stream.Write(out.data(), static_cast<uint32_t>(n));
-  return kx::kOk;
 }
 
 }  // namespace MatroskaWriter

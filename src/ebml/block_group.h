@@ -40,9 +40,6 @@ class BlockGroup : public Master {
   // can carry another frame without being allocated again.
   void Reset();
 
-  [[nodiscard]] Extent Measure() const override;
-  Extent Plan(SizePlan& plan) const override;
-
   // Codes the whole group at the end of `image`, with the bytes Write gives;
   // the storage of a large frame moves into the image. Returns false, adding
   // nothing, for a group without coding.
@@ -58,13 +55,12 @@ class BlockGroup : public Master {
 
  protected:
   void VisitChildren(ChildVisitor& visitor) const override;
-  int32_t EmitPlanned(kx::IStream& stream, const Extent& extent, SizePlan& plan) const override;
 
  private:
-  // The usual group (scalars, a Block of at most one frame, no codec state,
-  // no additional data) is measured and coded here in one piece, with the
-  // bytes the walk over its children would give, a few times faster; any
-  // other group takes the walk.
+  // AppendTo codes the usual group (scalars, a Block of at most one frame,
+  // no codec state, no additional data) in one piece, with the bytes the
+  // walk over its children (Write) gives, a few times faster; any other
+  // group takes the walk.
   [[nodiscard]] bool IsPlain() const;
   struct PlainLayout {
     Extent group;

@@ -72,6 +72,9 @@ TEST(EbmlCoding, ListsHoldWhatTheirChildrenWrite) {
                                             7,    0x75, 0xA1, 0x85, 0xA6, 0x83, 0xEE, 0x81, 1};
   Bytes large_bytes;
   large.Write(large_bytes);
+  Bytes walked_group;  // the walk over the group's children gives the same bytes
+  group.Write(walked_group);
+  EXPECT_EQ(static_cast<std::vector<uint8_t>&>(walked_group), group_bytes);
 
   Cluster cluster;
   cluster.timecode.Set(0);
