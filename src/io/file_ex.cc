@@ -118,7 +118,11 @@ uint32_t FileEx::Write(const void* buffer, uint32_t size) {
     return 0;
   }
   if (size >= kDirectWrite && holding_) {
-    held_.reserve(held_.size() + 3);  // this piece, the bytes before it, and the last ones
+    // Room for this piece, the bytes before it and the last ones, grown by
+    // doubling so that a Cluster of many frames does not reallocate each time.
+    if (held_.capacity() - held_.size() < 3) {
+      held_.reserve(2 * held_.size() + 3);
+    }
     if (held_from_ != buffered_) {
       held_.push_back({buffer_.data() + held_from_, buffered_ - held_from_});
       held_from_ = buffered_;
